@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/command_line.h"
+#include "core/settings/features.h"
+#include "core/store/database.h"
+#include "platform/linux/app_paths.h"
+
+namespace kvillo {
+
+// Builds the long-lived objects once, in a fixed order, and takes them down
+// again at the end. It owns the store and the settings; the services built
+// on them in later stages hold them by reference, so they outlive them.
+// Main thread only.
+class AppDelegate {
+public:
+    explicit AppDelegate(RunProgram options);
+    ~AppDelegate();
+
+    // The launch sequence: brand font (not headless), data folder, database,
+    // settings. Returns the one-line reason when the program cannot run (the
+    // database cannot be opened); nothing has been started then.
+    std::optional<std::string> launch();
+
+    // The shutdown sequence; runs once, just before the event loop returns.
+    void shutdown();
+
+private:
+    RunProgram options_;
+    AppPaths paths_;
+    std::unique_ptr<Database> database_;
+    std::unique_ptr<Features> features_;
+};
+
+}  // namespace kvillo

@@ -1,0 +1,70 @@
+#include <QApplication>
+#include <QCoreApplication>
+
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+
+#include "app/app_delegate.h"
+#include "app/command_line.h"
+#include "app/unix_signal_watcher.h"
+
+namespace {
+
+bool hasGraphicalSession() {
+    return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY") ||
+           std::getenv("QT_QPA_PLATFORM");
+}
+
+int runProgram(int argc, char** argv, kvillo::RunProgram options) {
+    std::unique_ptr<QCoreApplication> application;
+    if (options.headless) {
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    } else {
+        if (!hasGraphicalSession()) {
+            std::cerr << "kvillo: no graphical session (DISPLAY and WAYLAND_DISPLAY are unset); "
+                         "use --headless to run without a tray icon\n";
+            return 1;
+        }
+        auto gui = std::make_unique<QApplication>(argc, argv);
+        gui->setQuitOnLastWindowClosed(false);
+        application = std::move(gui);
+    }
+    QCoreApplication::setApplicationName(QStringLiteral("kvillo"));
+
+    // Watch the signals first, so one that arrives while starting still ends
+    // in the orderly shutdown once the event loop runs.
+    kvillo::UnixSignalWatcher signalWatcher({SIGTERM, SIGINT});
+    QObject::connect(&signalWatcher, &kvillo::UnixSignalWatcher::received, application.get(),
+                     &QCoreApplication::quit);
+
+    kvillo::AppDelegate delegate(options);
+    if (auto failure = delegate.launch()) {
+        std::cerr << *failure << "\n";
+        return 1;
+    }
+    QObject::connect(application.get(), &QCoreApplication::aboutToQuit,
+                     [&delegate] { delegate.shutdown(); });
+    return application->exec();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    auto request = kvillo::parseCommandLine(arguments);
+    if (auto* error = std::get_if<kvillo::UsageError>(&request)) {
+        std::cerr << "kvillo: " << error->message << "\n\n" << kvillo::usageText();
+        return 2;
+    }
+    if (std::holds_alternative<kvillo::ShowHelp>(request)) {
+        std::cout << kvillo::usageText();
+        return 0;
+    }
+    if (std::holds_alternative<kvillo::ShowVersion>(request)) {
+        std::cout << kvillo::versionText() << "\n";
+        return 0;
+    }
+    return runProgram(argc, argv, std::get<kvillo::RunProgram>(request));
+}

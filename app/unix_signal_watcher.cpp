@@ -1,0 +1,56 @@
+#include "app/unix_signal_watcher.h"
+
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace kvillo {
+namespace {
+
+// The handler may touch nothing but this descriptor.
+int writeEnd = -1;
+int readEnd = -1;
+
+void onSignal(int signalNumber) {
+    const unsigned char byte = static_cast<unsigned char>(signalNumber);
+    [[maybe_unused]] ssize_t written = ::write(writeEnd, &byte, 1);
+}
+
+}  // namespace
+
+UnixSignalWatcher::UnixSignalWatcher(std::initializer_list<int> signalNumbers, QObject* parent)
+    : QObject(parent) {
+    int fds[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) {
+        return;
+    }
+    writeEnd = fds[0];
+    readEnd = fds[1];
+    notifier_ = new QSocketNotifier(readEnd, QSocketNotifier::Read, this);
+    connect(notifier_, &QSocketNotifier::activated, this, &UnixSignalWatcher::readPipe);
+
+    struct sigaction action {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    for (int signalNumber : signalNumbers) {
+        ::sigaction(signalNumber, &action, nullptr);
+    }
+}
+
+UnixSignalWatcher::~UnixSignalWatcher() {
+    if (notifier_) {
+        notifier_->setEnabled(false);
+    }
+}
+
+void UnixSignalWatcher::readPipe() {
+    unsigned char byte = 0;
+    if (::read(readEnd, &byte, 1) == 1) {
+        emit received(byte);
+    }
+}
+
+}  // namespace kvillo

@@ -1,0 +1,116 @@
+#include "core/settings/settings_store.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace kvillo {
+namespace {
+
+bool writeAll(int fd, const std::string& bytes) {
+    size_t written = 0;
+    while (written < bytes.size()) {
+        ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
+        if (n < 0) {
+            return false;
+        }
+        written += static_cast<size_t>(n);
+    }
+    return true;
+}
+
+}  // namespace
+
+SettingsStore::SettingsStore(std::string path) : path_(std::move(path)) {}
+
+const nlohmann::json& SettingsStore::current() const {
+    FileStamp stamp;
+    struct stat info {};
+    if (::stat(path_.c_str(), &info) == 0) {
+        stamp = {true, static_cast<long long>(info.st_dev), static_cast<long long>(info.st_ino),
+                 static_cast<long long>(info.st_size),
+                 info.st_mtim.tv_sec * 1'000'000'000LL + info.st_mtim.tv_nsec};
+    }
+    if (loaded_ && stamp == stamp_) {
+        return cached_;
+    }
+    loaded_ = true;
+    stamp_ = stamp;
+    cached_ = nlohmann::json::object();
+    corrupt_ = false;
+    if (!stamp.exists) {
+        return cached_;
+    }
+    std::ifstream file(path_, std::ios::binary);
+    std::stringstream contents;
+    contents << file.rdbuf();
+    auto parsed = nlohmann::json::parse(contents.str(), nullptr, false);
+    if (parsed.is_object()) {
+        cached_ = std::move(parsed);
+    } else {
+        corrupt_ = true;
+    }
+    return cached_;
+}
+
+std::optional<nlohmann::json> SettingsStore::value(const std::string& key) const {
+    std::lock_guard lock(mutex_);
+    const auto& object = current();
+    auto found = object.find(key);
+    if (found == object.end()) {
+        return std::nullopt;
+    }
+    return *found;
+}
+
+bool SettingsStore::set(const std::string& key, nlohmann::json value) {
+    std::lock_guard lock(mutex_);
+    nlohmann::json object = current();
+    object[key] = std::move(value);
+    return replace(object);
+}
+
+bool SettingsStore::remove(const std::string& key) {
+    std::lock_guard lock(mutex_);
+    nlohmann::json object = current();
+    if (!object.contains(key)) {
+        return true;
+    }
+    object.erase(key);
+    return replace(object);
+}
+
+bool SettingsStore::replace(const nlohmann::json& object) {
+    std::filesystem::path target(path_);
+    std::error_code error;
+    std::filesystem::create_directories(target.parent_path(), error);
+
+    if (corrupt_) {
+        std::filesystem::rename(target, path_ + ".corrupt", error);
+        if (error) {
+            return false;
+        }
+        corrupt_ = false;
+    }
+
+    std::string temporary = path_ + ".XXXXXX";
+    int fd = ::mkstemp(temporary.data());
+    if (fd < 0) {
+        return false;
+    }
+    ::fchmod(fd, 0600);
+    bool ok = writeAll(fd, object.dump(2) + "\n") && ::fsync(fd) == 0;
+    ok = ::close(fd) == 0 && ok;
+    if (!ok || ::rename(temporary.c_str(), path_.c_str()) != 0) {
+        ::unlink(temporary.c_str());
+        return false;
+    }
+    loaded_ = false;
+    return true;
+}
+
+}  // namespace kvillo

@@ -1,0 +1,371 @@
+#include "core/store/database.h"
+
+#include <sqlite3.h>
+
+#include "core/store/statement.h"
+#include "core/time/calendar.h"
+
+namespace kvillo {
+
+const char* const Database::kSchema =
+    "CREATE TABLE IF NOT EXISTS activities (\n"
+    "    id         INTEGER PRIMARY KEY AUTOINCREMENT,\n"
+    "    app_name   TEXT    NOT NULL,\n"
+    "    bundle_id  TEXT,\n"
+    "    title      TEXT,\n"
+    "    start_time REAL    NOT NULL,\n"
+    "    end_time   REAL,\n"
+    "    created_at REAL    NOT NULL DEFAULT (strftime('%s','now'))\n"
+    ");\n"
+    "CREATE INDEX IF NOT EXISTS idx_activities_start ON activities(start_time);\n"
+    "CREATE INDEX IF NOT EXISTS idx_activities_app   ON activities(app_name);\n"
+    "\n"
+    "CREATE TABLE IF NOT EXISTS annotations (\n"
+    "    id         INTEGER PRIMARY KEY AUTOINCREMENT,\n"
+    "    text       TEXT    NOT NULL,\n"
+    "    started_at REAL    NOT NULL,\n"
+    "    ended_at   REAL,\n"
+    "    created_at REAL    NOT NULL DEFAULT (strftime('%s','now'))\n"
+    ");\n"
+    "CREATE INDEX IF NOT EXISTS idx_annotations_started ON annotations(started_at);\n"
+    "\n"
+    "CREATE TABLE IF NOT EXISTS projects (\n"
+    "    id       INTEGER PRIMARY KEY AUTOINCREMENT,\n"
+    "    name     TEXT    NOT NULL UNIQUE COLLATE NOCASE,\n"
+    "    keywords TEXT    NOT NULL DEFAULT ''\n"
+    ");";
+
+namespace {
+
+constexpr int kBusyTimeoutMilliseconds = 5000;
+
+constexpr const char* kCloseDangling =
+    "UPDATE activities\n"
+    "SET end_time = MIN(\n"
+    "    COALESCE((SELECT MIN(b.start_time) FROM activities b WHERE b.start_time > "
+    "activities.start_time),\n"
+    "             start_time + ?),\n"
+    "    start_time + ?,\n"
+    "    MAX(start_time, ?))\n"
+    "WHERE end_time IS NULL;";
+
+constexpr const char* kRepairOverlaps =
+    "UPDATE activities\n"
+    "SET end_time = (SELECT MIN(b.start_time) FROM activities b WHERE b.start_time > "
+    "activities.start_time)\n"
+    "WHERE end_time > (SELECT MIN(b.start_time) FROM activities b WHERE b.start_time > "
+    "activities.start_time);";
+
+constexpr const char* kInsertActivity =
+    "INSERT INTO activities (app_name, bundle_id, title, start_time, end_time)\n"
+    "VALUES (?, ?, ?, ?, ?);";
+
+constexpr const char* kUpdateEndTime = "UPDATE activities SET end_time = ? WHERE id = ?;";
+
+constexpr const char* kUpdateTitle = "UPDATE activities SET title = ? WHERE id = ?;";
+
+constexpr const char* kEndCurrentAnnotation =
+    "UPDATE annotations SET ended_at = MAX(started_at, ?) WHERE ended_at IS NULL;";
+
+constexpr const char* kActivitiesOnDay =
+    "SELECT id, app_name, bundle_id, title, start_time, end_time\n"
+    "FROM activities\n"
+    "WHERE start_time >= ? AND start_time < ? AND app_name != 'loginwindow'\n"
+    "ORDER BY start_time DESC\n"
+    "LIMIT ?;";
+
+constexpr const char* kActivitiesInRange =
+    "SELECT id, app_name, bundle_id, title, start_time, end_time\n"
+    "FROM activities\n"
+    "WHERE start_time >= ? AND start_time < ? AND app_name != 'loginwindow'\n"
+    "ORDER BY start_time ASC;";
+
+constexpr const char* kSearchActivities =
+    "SELECT id, app_name, bundle_id, title, start_time, end_time\n"
+    "FROM activities\n"
+    "WHERE (app_name LIKE ? OR title LIKE ?) AND app_name != 'loginwindow'\n"
+    "ORDER BY start_time DESC\n"
+    "LIMIT ?;";
+
+constexpr const char* kAppUsage =
+    "SELECT a.app_name, a.bundle_id,\n"
+    "       SUM(COALESCE(a.end_time, strftime('%s','now')) - a.start_time) AS total_secs,\n"
+    "       COUNT(*) AS sessions,\n"
+    "       (SELECT title FROM activities a2\n"
+    "        WHERE a2.app_name = a.app_name\n"
+    "          AND (a2.bundle_id = a.bundle_id OR (a2.bundle_id IS NULL AND a.bundle_id IS "
+    "NULL))\n"
+    "          AND a2.start_time >= ? AND a2.start_time < ?\n"
+    "          AND a2.title IS NOT NULL AND a2.title != ''\n"
+    "        ORDER BY a2.start_time DESC LIMIT 1) AS latest_title\n"
+    "FROM activities a\n"
+    "WHERE a.start_time >= ? AND a.start_time < ? AND a.app_name != 'loginwindow'\n"
+    "GROUP BY a.app_name, a.bundle_id\n"
+    "ORDER BY total_secs DESC;";
+
+constexpr const char* kInsertAnnotation =
+    "INSERT INTO annotations (text, started_at, ended_at)\n"
+    "VALUES (?, ?, ?);";
+
+constexpr const char* kAnnotationsOnDay =
+    "SELECT id, text, started_at, ended_at\n"
+    "FROM annotations\n"
+    "WHERE started_at < ? AND (ended_at IS NULL OR ended_at > ?)\n"
+    "ORDER BY started_at DESC\n"
+    "LIMIT ?;";
+
+constexpr const char* kAnnotationsInRange =
+    "SELECT id, text, started_at, ended_at\n"
+    "FROM annotations\n"
+    "WHERE started_at < ? AND (ended_at IS NULL OR ended_at > ?)\n"
+    "ORDER BY started_at ASC;";
+
+constexpr const char* kCurrentAnnotation =
+    "SELECT id, text, started_at, ended_at\n"
+    "FROM annotations\n"
+    "WHERE ended_at IS NULL\n"
+    "ORDER BY started_at DESC\n"
+    "LIMIT 1;";
+
+constexpr const char* kFetchProjects =
+    "SELECT id, name, keywords FROM projects ORDER BY name COLLATE NOCASE;";
+
+constexpr const char* kSaveProject =
+    "INSERT INTO projects (name, keywords) VALUES (?, ?)\n"
+    "ON CONFLICT(name) DO UPDATE SET keywords = excluded.keywords;";
+
+constexpr const char* kDeleteProject = "DELETE FROM projects WHERE name = ? COLLATE NOCASE;";
+
+Activity activityFromRow(const Statement& row) {
+    return Activity{
+        .id = row.int64(0),
+        .appName = row.text(1),
+        .bundleID = row.optionalText(2),
+        .title = row.optionalText(3),
+        .startTime = row.real(4),
+        .endTime = row.optionalReal(5),
+    };
+}
+
+Annotation annotationFromRow(const Statement& row) {
+    return Annotation{
+        .id = row.int64(0),
+        .text = row.text(1),
+        .startedAt = row.real(2),
+        .endedAt = row.optionalReal(3),
+    };
+}
+
+}  // namespace
+
+Database::Database(std::string path) : path_(std::move(path)) {
+    if (sqlite3_open(path_.c_str(), &db_) != SQLITE_OK) {
+        std::string message = db_ ? sqlite3_errmsg(db_) : "Unknown error";
+        sqlite3_close(db_);
+        throw DatabaseError(DatabaseError::Kind::openFailed, message);
+    }
+    sqlite3_busy_timeout(db_, kBusyTimeoutMilliseconds);
+    char* error = nullptr;
+    if (sqlite3_exec(db_, kSchema, nullptr, nullptr, &error) != SQLITE_OK) {
+        std::string message = error ? error : "Unknown error";
+        sqlite3_free(error);
+        sqlite3_close(db_);
+        throw DatabaseError(DatabaseError::Kind::executionFailed, message);
+    }
+}
+
+Database::~Database() { sqlite3_close(db_); }
+
+void Database::closeDanglingActivities(Duration maxDuration, TimePoint now) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kCloseDangling);
+    statement.bind(1, maxDuration);
+    statement.bind(2, maxDuration);
+    statement.bind(3, now);
+    statement.run();
+}
+
+void Database::repairOverlaps() {
+    std::lock_guard lock(mutex_);
+    Statement(db_, kRepairOverlaps).run();
+}
+
+std::int64_t Database::insert(const Activity& activity) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kInsertActivity);
+    statement.bind(1, activity.appName);
+    statement.bind(2, activity.bundleID);
+    statement.bind(3, activity.title);
+    statement.bind(4, activity.startTime);
+    statement.bind(5, activity.endTime);
+    statement.run();
+    return sqlite3_last_insert_rowid(db_);
+}
+
+void Database::updateEndTime(std::int64_t id, TimePoint endTime) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kUpdateEndTime);
+    statement.bind(1, endTime);
+    statement.bind(2, id);
+    statement.run();
+}
+
+void Database::updateTitle(std::int64_t id, const std::string& title) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kUpdateTitle);
+    statement.bind(1, title);
+    statement.bind(2, id);
+    statement.run();
+}
+
+std::vector<Activity> Database::queryActivities(const char* sql, TimePoint from, TimePoint to,
+                                                std::optional<int> limit) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, sql);
+    statement.bind(1, from);
+    statement.bind(2, to);
+    if (limit) {
+        statement.bind(3, *limit);
+    }
+    std::vector<Activity> activities;
+    while (statement.nextRow()) {
+        activities.push_back(activityFromRow(statement));
+    }
+    return activities;
+}
+
+std::vector<Activity> Database::fetchActivitiesOn(TimePoint day, int limit) {
+    auto range = calendar::dayRange(day);
+    return queryActivities(kActivitiesOnDay, range.start, range.end, limit);
+}
+
+std::vector<Activity> Database::fetchActivities(TimePoint from, TimePoint to) {
+    return queryActivities(kActivitiesInRange, from, to, std::nullopt);
+}
+
+std::vector<Activity> Database::searchActivities(const std::string& query, int limit) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kSearchActivities);
+    std::string pattern = "%" + query + "%";
+    statement.bind(1, pattern);
+    statement.bind(2, pattern);
+    statement.bind(3, limit);
+    std::vector<Activity> activities;
+    while (statement.nextRow()) {
+        activities.push_back(activityFromRow(statement));
+    }
+    return activities;
+}
+
+std::vector<AppUsageSummary> Database::appUsageOn(TimePoint day) {
+    auto range = calendar::dayRange(day);
+    return appUsage(range.start, range.end);
+}
+
+std::vector<AppUsageSummary> Database::appUsage(TimePoint from, TimePoint to) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kAppUsage);
+    statement.bind(1, from);
+    statement.bind(2, to);
+    statement.bind(3, from);
+    statement.bind(4, to);
+    std::vector<AppUsageSummary> summaries;
+    while (statement.nextRow()) {
+        summaries.push_back(AppUsageSummary{
+            .appName = statement.text(0),
+            .bundleID = statement.optionalText(1),
+            .totalDuration = statement.real(2),
+            .sessionCount = statement.int32(3),
+            .latestTitle = statement.optionalText(4),
+        });
+    }
+    return summaries;
+}
+
+void Database::endOpenAnnotations(TimePoint at) {
+    Statement statement(db_, kEndCurrentAnnotation);
+    statement.bind(1, at);
+    statement.run();
+}
+
+std::int64_t Database::insertAnnotation(const Annotation& annotation) {
+    std::lock_guard lock(mutex_);
+    endOpenAnnotations(annotation.startedAt);
+    Statement statement(db_, kInsertAnnotation);
+    statement.bind(1, annotation.text);
+    statement.bind(2, annotation.startedAt);
+    statement.bind(3, annotation.endedAt);
+    statement.run();
+    return sqlite3_last_insert_rowid(db_);
+}
+
+void Database::endCurrentAnnotation(TimePoint at) {
+    std::lock_guard lock(mutex_);
+    endOpenAnnotations(at);
+}
+
+std::vector<Annotation> Database::queryAnnotations(const char* sql, TimePoint from,
+                                                   TimePoint to, std::optional<int> limit) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, sql);
+    statement.bind(1, to);
+    statement.bind(2, from);
+    if (limit) {
+        statement.bind(3, *limit);
+    }
+    std::vector<Annotation> annotations;
+    while (statement.nextRow()) {
+        annotations.push_back(annotationFromRow(statement));
+    }
+    return annotations;
+}
+
+std::vector<Annotation> Database::fetchAnnotationsOn(TimePoint day, int limit) {
+    auto range = calendar::dayRange(day);
+    return queryAnnotations(kAnnotationsOnDay, range.start, range.end, limit);
+}
+
+std::vector<Annotation> Database::fetchAnnotations(TimePoint from, TimePoint to) {
+    return queryAnnotations(kAnnotationsInRange, from, to, std::nullopt);
+}
+
+std::optional<Annotation> Database::currentAnnotation() {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kCurrentAnnotation);
+    if (!statement.nextRow()) {
+        return std::nullopt;
+    }
+    return annotationFromRow(statement);
+}
+
+std::vector<Project> Database::fetchProjects() {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kFetchProjects);
+    std::vector<Project> projects;
+    while (statement.nextRow()) {
+        projects.push_back(Project{
+            .id = statement.int64(0),
+            .name = statement.text(1),
+            .keywords = Project::parseKeywords(statement.text(2)),
+        });
+    }
+    return projects;
+}
+
+void Database::saveProject(const std::string& name, const std::vector<std::string>& keywords) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kSaveProject);
+    statement.bind(1, name);
+    statement.bind(2, Project::joinKeywords(keywords));
+    statement.run();
+}
+
+bool Database::deleteProject(const std::string& name) {
+    std::lock_guard lock(mutex_);
+    Statement statement(db_, kDeleteProject);
+    statement.bind(1, name);
+    statement.run();
+    return sqlite3_changes(db_) > 0;
+}
+
+}  // namespace kvillo

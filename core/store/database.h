@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/records/activity.h"
+#include "core/records/annotation.h"
+#include "core/records/app_usage_summary.h"
+#include "core/records/project.h"
+#include "core/store/database_error.h"
+
+struct sqlite3;
+
+namespace kvillo {
+
+// The program's one store: an SQLite file with activities, annotations and
+// projects. Every operation prepares, runs and finalises its own statement and
+// either returns plain records or throws DatabaseError; nothing is cached.
+//
+// Threads: one instance is shared by the UI thread and the server thread.
+// Each operation holds the instance's lock for its whole run, so calls from
+// any thread are serialised on the one connection.
+//
+// Days are calendar days in the process's time zone (a day with a clock
+// change is 23 or 25 hours). Activities of "loginwindow" never come back from
+// a query.
+class Database {
+public:
+    // The name of the file inside the data folder.
+    static constexpr const char* kFileName = "activities.db";
+
+    // The schema, executed as a whole at every open; every statement is
+    // "IF NOT EXISTS", so opening an existing file changes nothing.
+    static const char* const kSchema;
+
+    // Opens or creates the file and its schema, and waits up to 5 s for
+    // another process's lock rather than failing a write. Throws
+    // DatabaseError(openFailed or executionFailed).
+    explicit Database(std::string path);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    const std::string& path() const { return path_; }
+
+    // Repairs run at start. Every open activity ends at the earliest of the
+    // next activity's start, its own start + maxDuration, and max(its start,
+    // now).
+    void closeDanglingActivities(Duration maxDuration, TimePoint now);
+    // Cuts back every activity that runs past the next one's start. Open
+    // activities are left alone.
+    void repairOverlaps();
+
+    // Activities. `insert` ignores the record's id and returns the new one.
+    std::int64_t insert(const Activity& activity);
+    void updateEndTime(std::int64_t id, TimePoint endTime);
+    void updateTitle(std::int64_t id, const std::string& title);
+    // Newest first, at most `limit` (a negative limit means all).
+    std::vector<Activity> fetchActivitiesOn(TimePoint day, int limit);
+    // Started in [from, to), oldest first.
+    std::vector<Activity> fetchActivities(TimePoint from, TimePoint to);
+    // App name or title LIKE %query% (ASCII case-insensitive; % and _ act as
+    // wildcards), newest first.
+    std::vector<Activity> searchActivities(const std::string& query, int limit);
+    // Totals per application name and bundle id, largest first; open
+    // activities count up to the wall clock.
+    std::vector<AppUsageSummary> appUsageOn(TimePoint day);
+    std::vector<AppUsageSummary> appUsage(TimePoint from, TimePoint to);
+
+    // Annotations. Inserting first ends the open one at the new start (never
+    // before its own start), so at most one is open afterwards.
+    std::int64_t insertAnnotation(const Annotation& annotation);
+    void endCurrentAnnotation(TimePoint at);
+    // Overlapping the day (or [from, to)): newest first / oldest first.
+    std::vector<Annotation> fetchAnnotationsOn(TimePoint day, int limit);
+    std::vector<Annotation> fetchAnnotations(TimePoint from, TimePoint to);
+    std::optional<Annotation> currentAnnotation();
+
+    // Projects, by name without regard to case. Saving an existing name (in
+    // any case) replaces its keywords and keeps its stored spelling.
+    std::vector<Project> fetchProjects();
+    void saveProject(const std::string& name, const std::vector<std::string>& keywords);
+    // True if a project was deleted.
+    bool deleteProject(const std::string& name);
+
+private:
+    void endOpenAnnotations(TimePoint at);  // caller holds mutex_
+    std::vector<Activity> queryActivities(const char* sql, TimePoint from, TimePoint to,
+                                          std::optional<int> limit);
+    std::vector<Annotation> queryAnnotations(const char* sql, TimePoint from, TimePoint to,
+                                             std::optional<int> limit);
+
+    std::string path_;
+    sqlite3* db_ = nullptr;
+    std::mutex mutex_;  // held for the whole of each operation
+};
+
+}  // namespace kvillo

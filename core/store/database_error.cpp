@@ -1,0 +1,23 @@
+#include "core/store/database_error.h"
+
+namespace kvillo {
+namespace {
+
+const char* prefix(DatabaseError::Kind kind) {
+    switch (kind) {
+        case DatabaseError::Kind::openFailed:
+            return "Failed to open database: ";
+        case DatabaseError::Kind::prepareFailed:
+            return "Failed to prepare statement: ";
+        case DatabaseError::Kind::executionFailed:
+            return "Failed to execute statement: ";
+    }
+    return "";
+}
+
+}  // namespace
+
+DatabaseError::DatabaseError(Kind kind, std::string message)
+    : kind_(kind), message_(std::move(message)), description_(prefix(kind_) + message_) {}
+
+}  // namespace kvillo

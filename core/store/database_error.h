@@ -1,0 +1,31 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace kvillo {
+
+// What the store throws when SQLite refuses. `what()` is the user-visible
+// description: "Failed to open database: unable to open database file".
+class DatabaseError : public std::exception {
+public:
+    enum class Kind {
+        openFailed,       // the file cannot be opened
+        prepareFailed,    // a statement cannot be prepared; nothing changed
+        executionFailed,  // a write did not finish, or the schema failed
+    };
+
+    DatabaseError(Kind kind, std::string message);
+
+    Kind kind() const { return kind_; }
+    // SQLite's own text, without the prefix.
+    const std::string& message() const { return message_; }
+    const char* what() const noexcept override { return description_.c_str(); }
+
+private:
+    Kind kind_;
+    std::string message_;
+    std::string description_;
+};
+
+}  // namespace kvillo

@@ -1,0 +1,85 @@
+#include "core/store/statement.h"
+
+#include "core/store/database_error.h"
+
+namespace kvillo {
+
+Statement::Statement(sqlite3* db, const char* sql) : db_(db) {
+    if (sqlite3_prepare_v2(db_, sql, -1, &statement_, nullptr) != SQLITE_OK) {
+        std::string message = db_ ? sqlite3_errmsg(db_) : "Unknown";
+        sqlite3_finalize(statement_);
+        throw DatabaseError(DatabaseError::Kind::prepareFailed, message);
+    }
+}
+
+Statement::~Statement() { sqlite3_finalize(statement_); }
+
+void Statement::bind(int index, const std::string& text) {
+    sqlite3_bind_text(statement_, index, text.c_str(), -1, SQLITE_TRANSIENT);
+}
+
+void Statement::bind(int index, double value) { sqlite3_bind_double(statement_, index, value); }
+
+void Statement::bind(int index, std::int64_t value) {
+    sqlite3_bind_int64(statement_, index, value);
+}
+
+void Statement::bind(int index, int value) { sqlite3_bind_int(statement_, index, value); }
+
+void Statement::bind(int index, const std::optional<std::string>& text) {
+    if (text) {
+        bind(index, *text);
+    } else {
+        sqlite3_bind_null(statement_, index);
+    }
+}
+
+void Statement::bind(int index, const std::optional<double>& value) {
+    if (value) {
+        bind(index, *value);
+    } else {
+        sqlite3_bind_null(statement_, index);
+    }
+}
+
+bool Statement::nextRow() { return sqlite3_step(statement_) == SQLITE_ROW; }
+
+void Statement::run() {
+    if (sqlite3_step(statement_) != SQLITE_DONE) {
+        throw DatabaseError(DatabaseError::Kind::executionFailed,
+                            db_ ? sqlite3_errmsg(db_) : "Unknown");
+    }
+}
+
+std::int64_t Statement::int64(int column) const {
+    return sqlite3_column_int64(statement_, column);
+}
+
+int Statement::int32(int column) const { return sqlite3_column_int(statement_, column); }
+
+double Statement::real(int column) const { return sqlite3_column_double(statement_, column); }
+
+std::string Statement::text(int column) const {
+    const auto* bytes = sqlite3_column_text(statement_, column);
+    if (!bytes) {
+        return {};
+    }
+    return {reinterpret_cast<const char*>(bytes),
+            static_cast<size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
+std::optional<std::string> Statement::optionalText(int column) const {
+    if (sqlite3_column_type(statement_, column) == SQLITE_NULL) {
+        return std::nullopt;
+    }
+    return text(column);
+}
+
+std::optional<double> Statement::optionalReal(int column) const {
+    if (sqlite3_column_type(statement_, column) == SQLITE_NULL) {
+        return std::nullopt;
+    }
+    return real(column);
+}
+
+}  // namespace kvillo

@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <regex>
+
+#include "core/store/database.h"
+#include "tests/support/process.h"
+#include "tests/support/temp_folder.h"
+
+namespace kvillo {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ChildProcess;
+using testing::eventually;
+using testing::runProcess;
+using testing::TempFolder;
+
+std::map<std::string, std::string> homeIn(const TempFolder& home) {
+    return {{"HOME", home.path()},
+            {"XDG_DATA_HOME", home.file("data")},
+            {"XDG_CONFIG_HOME", home.file("config")},
+            {"DISPLAY", ""},
+            {"WAYLAND_DISPLAY", ""}};
+}
+
+// What `.schema` prints for a database made from the schema text: SQLite
+// drops "IF NOT EXISTS" and lists the table it keeps for AUTOINCREMENT.
+std::string expectedSchemaDump() {
+    std::string schema = std::regex_replace(Database::kSchema, std::regex("IF NOT EXISTS "), "");
+    schema = std::regex_replace(schema, std::regex("\n\n"), "\n");
+    std::string first = "\n);\n";
+    schema.insert(schema.find(first) + first.size(), "CREATE TABLE sqlite_sequence(name,seq);\n");
+    return schema + "\n";
+}
+
+TEST(Program, HelpAndVersionNeedNoDisplay) {
+    auto help = runProcess({KVILLO_BINARY, "--help"}, {{"DISPLAY", ""}});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.output.find("Usage: kvillo [--headless]"), std::string::npos);
+    EXPECT_EQ(help.error, "");
+
+    auto version = runProcess({KVILLO_BINARY, "--version"}, {{"DISPLAY", ""}});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_TRUE(std::regex_match(version.output, std::regex("kvillo [0-9]+\\.[0-9]+\\.[0-9]+\n")))
+        << version.output;
+}
+
+TEST(Program, UnknownFlagPrintsUsageToStandardErrorAndExitsTwo) {
+    auto result = runProcess({KVILLO_BINARY, "--frobnicate"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error.rfind("kvillo: unknown argument: --frobnicate\n", 0), 0u)
+        << result.error;
+    EXPECT_NE(result.error.find("Usage: kvillo"), std::string::npos);
+}
+
+TEST(Program, HeadlessStartCreatesTheStoreAndSigtermEndsItCleanly) {
+    TempFolder home;
+    std::string database = home.file("data/Kvillo/activities.db");
+    for (int signalNumber : {SIGTERM, SIGINT}) {
+        SCOPED_TRACE(signalNumber);
+        ChildProcess kvillo({KVILLO_BINARY, "--headless"}, homeIn(home));
+        ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(database); }, 10s))
+            << kvillo.standardError();
+        kvillo.signal(signalNumber);
+        EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
+        EXPECT_EQ(kvillo.standardError(), "");
+    }
+    auto dump = runProcess({"sqlite3", database, ".schema"});
+    ASSERT_EQ(dump.status, 0) << dump.error;
+    EXPECT_EQ(dump.output, expectedSchemaDump());
+}
+
+TEST(Program, WithoutADisplayTheTrayProgramAsksForHeadless) {
+    TempFolder home;
+    auto result = runProcess({KVILLO_BINARY}, homeIn(home));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.error.find("--headless"), std::string::npos);
+}
+
+TEST(Program, UnopenableDatabaseExitsOneNamingThePathAndTheReason) {
+    TempFolder home;
+    // A file where the data folder should be defeats even root.
+    testing::writeFile(home.file("data"), "not a folder");
+    auto result = runProcess({KVILLO_BINARY, "--headless"}, homeIn(home));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "kvillo: cannot open the database " +
+                                home.file("data/Kvillo/activities.db") +
+                                ": unable to open database file\n");
+}
+
+}  // namespace
+}  // namespace kvillo

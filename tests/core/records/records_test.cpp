@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+
+#include "core/records/activity.h"
+#include "core/records/annotation.h"
+#include "core/records/app_usage_summary.h"
+#include "core/records/project.h"
+#include "core/records/record_json.h"
+#include "core/time/iso8601.h"
+
+namespace kvillo {
+namespace {
+
+struct DurationRow {
+    const char* name;
+    double seconds;
+    const char* activityText;
+    const char* summaryText;
+};
+
+TEST(DurationText, ActivityAndSummaryFormsAtEveryBoundary) {
+    const DurationRow rows[] = {
+        {"under a second", 0.4, "0s", "0s"},
+        {"just under a minute", 59.9, "59s", "59s"},
+        {"one minute", 60, "1m 0s", "1m"},
+        {"minutes and seconds", 125, "2m 5s", "2m"},
+        {"just under an hour", 3599, "59m 59s", "59m"},
+        {"one hour", 3600, "1h 0m", "1h 0m"},
+        {"hours and minutes", 3725, "1h 2m", "1h 2m"},
+        {"more than a day", 90000, "25h 0m", "25h 0m"},
+        {"end before start", -5.7, "-5s", "-5s"},
+        {"long negative stays in seconds", -125, "-125s", "-125s"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Activity activity{.appName = "Terminal", .startTime = 1000, .endTime = 1000 + row.seconds};
+        EXPECT_EQ(activity.formattedDuration(), row.activityText);
+        AppUsageSummary summary{.appName = "Terminal", .totalDuration = row.seconds};
+        EXPECT_EQ(summary.formattedDuration(), row.summaryText);
+    }
+}
+
+TEST(DurationText, OpenRecords) {
+    Activity open{.appName = "Mail", .startTime = 1000};
+    EXPECT_EQ(open.formattedDuration(), "ongoing");
+    EXPECT_FALSE(open.duration());
+
+    Annotation running{.text = "Skriver rapport", .startedAt = 1000};
+    EXPECT_EQ(running.formattedDuration(1090), "1m 30s");
+    EXPECT_FALSE(running.duration());
+
+    Annotation ended{.text = "Skriver rapport", .startedAt = 1000, .endedAt = 4725};
+    EXPECT_EQ(ended.formattedDuration(99999), "1h 2m");
+}
+
+TEST(ProjectKeywords, ParsingTrimsSplitsAndKeepsOrder) {
+    struct Row {
+        const char* name;
+        const char* text;
+        std::vector<std::string> keywords;
+    };
+    const Row rows[] = {
+        {"blanks, empty pieces and a line break", " a, ,b ,,c\n", {"a", "b", "c"}},
+        {"empty text", "", {}},
+        {"only commas", ",,,", {}},
+        {"case and duplicates kept", "Foo, foo", {"Foo", "foo"}},
+        {"no comma", "Skarvelin app", {"Skarvelin app"}},
+        {"unicode spaces trimmed", "\u00a0kunde\u2003,\u3000møte", {"kunde", "møte"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(Project::parseKeywords(row.text), row.keywords);
+    }
+}
+
+TEST(ProjectKeywords, JoinedFormParsesBackToTheSameList) {
+    std::vector<std::string> keywords{"a", "b c", "æøå"};
+    EXPECT_EQ(Project::joinKeywords(keywords), "a,b c,æøå");
+    EXPECT_EQ(Project::parseKeywords(Project::joinKeywords(keywords)), keywords);
+    EXPECT_EQ(Project::joinKeywords({}), "");
+}
+
+TEST(RecordJson, AbsentOptionalsAreLeftOut) {
+    Activity activity{.appName = "Safari", .startTime = 1700000000};
+    EXPECT_EQ(toJson(activity, DateEncoding::secondsSince1970).dump(),
+              R"({"appName":"Safari","startTime":1700000000.0})");
+    activity.id = 7;
+    EXPECT_EQ(toJson(activity, DateEncoding::iso8601).dump(),
+              R"({"id":7,"appName":"Safari","startTime":"2023-11-14T22:13:20Z"})");
+}
+
+TEST(RecordJson, RoundTripsEveryRecord) {
+    Activity activity{.id = 3,
+                      .appName = "Code",
+                      .bundleID = "code",
+                      .title = "main.cpp — kvillo",
+                      .startTime = 1700000000,
+                      .endTime = 1700000125};
+    for (auto dates : {DateEncoding::secondsSince1970, DateEncoding::iso8601}) {
+        EXPECT_EQ(activityFromJson(toJson(activity, dates), dates), activity);
+    }
+    Annotation annotation{.id = 1, .text = "Kvillo", .startedAt = 1700000000.5};
+    EXPECT_EQ(annotationFromJson(toJson(annotation, DateEncoding::secondsSince1970),
+                                 DateEncoding::secondsSince1970),
+              annotation);
+    AppUsageSummary summary{.appName = "Mail", .totalDuration = 12.5, .sessionCount = 2,
+                            .latestTitle = "Innboks"};
+    EXPECT_EQ(appUsageSummaryFromJson(toJson(summary)), summary);
+}
+
+TEST(RecordJson, NullReadsAsAbsentAndMissingRequiredKeyIsAnError) {
+    auto object = nlohmann::ordered_json::parse(
+        R"({"appName":"Mail","bundleID":null,"startTime":5,"endTime":null})");
+    Activity activity = activityFromJson(object, DateEncoding::secondsSince1970);
+    EXPECT_FALSE(activity.bundleID);
+    EXPECT_FALSE(activity.endTime);
+
+    object.erase("appName");
+    EXPECT_THROW(activityFromJson(object, DateEncoding::secondsSince1970), RecordDecodeError);
+    auto wrongType = nlohmann::ordered_json::parse(R"({"text":3,"startedAt":5})");
+    EXPECT_THROW(annotationFromJson(wrongType, DateEncoding::secondsSince1970),
+                 RecordDecodeError);
+    auto badDate = nlohmann::ordered_json::parse(R"({"text":"x","startedAt":"yesterday"})");
+    EXPECT_THROW(annotationFromJson(badDate, DateEncoding::iso8601), RecordDecodeError);
+}
+
+TEST(Iso8601, ParsesZonesAndFractionsAndRejectsTheRest) {
+    EXPECT_EQ(iso8601::parse("2026-11-23T10:00:00Z"), 1795428000.0);
+    EXPECT_EQ(iso8601::parse("2026-11-23T11:00:00+01:00"), 1795428000.0);
+    EXPECT_EQ(iso8601::parse("2026-11-23T10:00:00.25Z"), 1795428000.25);
+    for (const char* bad : {"", "2026-11-23", "2026-11-23T10:00:00", "2026-13-01T00:00:00Z",
+                            "2026-11-23T10:00:00Zjunk", "2026-11-23T10:00:00."}) {
+        SCOPED_TRACE(bad);
+        EXPECT_FALSE(iso8601::parse(bad));
+    }
+    EXPECT_EQ(iso8601::format(1795428000.9), "2026-11-23T10:00:00Z");
+}
+
+}  // namespace
+}  // namespace kvillo

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kvillo::testing {
+
+// A child process with its standard output and error captured to files.
+// The child is killed if still running when the object goes.
+class ChildProcess {
+public:
+    // `environment` entries are added to (or replace those of) this process's
+    // environment; an empty value unsets the variable.
+    ChildProcess(const std::vector<std::string>& command,
+                 const std::map<std::string, std::string>& environment = {});
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    pid_t pid() const { return pid_; }
+    void signal(int signalNumber) const;
+
+    // The exit status, or none if it has not ended within `timeout`. A child
+    // killed by a signal reports 128 + the signal number, as shells do.
+    std::optional<int> wait(std::chrono::milliseconds timeout);
+
+    // Whether the child has `path` open, as /proc lists its descriptors.
+    bool holdsOpen(const std::string& path) const;
+
+    std::string standardOutput() const;
+    std::string standardError() const;
+
+private:
+    pid_t pid_ = -1;
+    std::optional<int> status_;
+    std::string outputFile_;
+    std::string errorFile_;
+};
+
+// Runs `command` to completion (killing it after 30 s).
+struct ProcessResult {
+    int status;
+    std::string output;
+    std::string error;
+};
+ProcessResult runProcess(const std::vector<std::string>& command,
+                         const std::map<std::string, std::string>& environment = {});
+
+// Polls `condition` every 20 ms until it holds or `timeout` passes.
+template <typename Condition>
+bool eventually(Condition condition, std::chrono::milliseconds timeout) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        struct timespec pause {0, 20'000'000};
+        ::nanosleep(&pause, nullptr);
+    }
+    return true;
+}
+
+}  // namespace kvillo::testing
