@@ -1,8 +1,80 @@
 #include "app/command_line.h"
 
+#include <regex>
+#include <tuple>
+
 namespace kvillo {
+namespace {
+
+std::optional<calendar::Date> parseDate(const std::string& text) {
+    static const std::regex kDate("([0-9]{4})-([0-9]{2})-([0-9]{2})");
+    std::smatch parts;
+    if (!std::regex_match(text, parts, kDate)) {
+        return std::nullopt;
+    }
+    calendar::Date date{std::stoi(parts[1]), std::stoi(parts[2]), std::stoi(parts[3])};
+    if (!calendar::startOfDate(date)) {
+        return std::nullopt;
+    }
+    return date;
+}
+
+CommandLineRequest parseTimesheet(const std::vector<std::string>& arguments) {
+    ExportTimesheet request;
+    for (size_t i = 1; i < arguments.size(); ++i) {
+        const std::string& option = arguments[i];
+        if (option == "--help" || option == "-h") {
+            return ShowHelp{};
+        }
+        bool takesValue = option == "--period" || option == "--from" || option == "--to" ||
+                          option == "--project" || option == "--output";
+        if (!takesValue) {
+            return UsageError{"unknown timesheet argument: " + option};
+        }
+        if (i + 1 == arguments.size() || arguments[i + 1].starts_with("--")) {
+            return UsageError{option + " needs a value"};
+        }
+        const std::string& value = arguments[++i];
+        if (option == "--period") {
+            request.period = exportPeriodFromCommandLine(value);
+            if (!request.period) {
+                return UsageError{"unknown period: " + value +
+                                  " (use this-month, last-month, this-quarter, last-quarter or "
+                                  "this-year)"};
+            }
+        } else if (option == "--from" || option == "--to") {
+            auto date = parseDate(value);
+            if (!date) {
+                return UsageError{"not a date (YYYY-MM-DD): " + value};
+            }
+            (option == "--from" ? request.firstDay : request.lastDay) = date;
+        } else if (option == "--project") {
+            request.project = value;
+        } else {
+            request.output = value;
+        }
+    }
+    if (request.period && (request.firstDay || request.lastDay)) {
+        return UsageError{"--period cannot be combined with --from and --to"};
+    }
+    if (request.firstDay.has_value() != request.lastDay.has_value()) {
+        return UsageError{"--from and --to go together"};
+    }
+    if (request.firstDay) {
+        auto order = [](const calendar::Date& d) { return std::tie(d.year, d.month, d.day); };
+        if (order(*request.firstDay) > order(*request.lastDay)) {
+            return UsageError{"--from is after --to"};
+        }
+    }
+    return request;
+}
+
+}  // namespace
 
 CommandLineRequest parseCommandLine(const std::vector<std::string>& arguments) {
+    if (!arguments.empty() && arguments.front() == "timesheet") {
+        return parseTimesheet(arguments);
+    }
     RunProgram run;
     for (const auto& argument : arguments) {
         if (argument == "--help" || argument == "-h") {
@@ -22,6 +94,8 @@ CommandLineRequest parseCommandLine(const std::vector<std::string>& arguments) {
 
 std::string usageText() {
     return "Usage: kvillo [--headless]\n"
+           "       kvillo timesheet [--period PERIOD | --from YYYY-MM-DD --to YYYY-MM-DD]\n"
+           "                        [--project NAME] [--output FILE]\n"
            "       kvillo --version | --help\n"
            "\n"
            "Kvillo records which application is in front and for how long, and serves\n"
@@ -32,7 +106,15 @@ std::string usageText() {
            "  --version   print the version and exit\n"
            "  --help      print this help and exit\n"
            "\n"
-           "Stop it from the tray menu, or with Ctrl+C or SIGTERM.\n";
+           "Timesheet export (CSV in the interface language):\n"
+           "  --period    this-month (the default), last-month, this-quarter,\n"
+           "              last-quarter or this-year\n"
+           "  --from, --to\n"
+           "              the first and the last day to include\n"
+           "  --project   only this project (default: all projects)\n"
+           "  --output    write to FILE, with a byte order mark, instead of standard output\n"
+           "\n"
+           "Stop Kvillo from the tray menu, or with Ctrl+C or SIGTERM.\n";
 }
 
 std::string versionText() { return std::string("kvillo ") + KVILLO_VERSION; }

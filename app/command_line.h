@@ -1,22 +1,37 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "core/analysis/export_period.h"
+#include "core/time/calendar.h"
+
 namespace kvillo {
 
 // What the command line asks for. Parsed before any Qt object exists, so
-// `--help` and `--version` work without a display.
+// `--help`, `--version` and the timesheet export work without a display.
 struct RunProgram {
     bool headless = false;  // no tray icon and no windows: capture and server only
 };
 struct ShowHelp {};
 struct ShowVersion {};
+// `kvillo timesheet ...`: the CSV of a period, for scripts.
+struct ExportTimesheet {
+    // Either a named period or an explicit span of days; this month when
+    // neither is given.
+    std::optional<ExportPeriod> period;
+    std::optional<calendar::Date> firstDay;
+    std::optional<calendar::Date> lastDay;  // included
+    std::optional<std::string> project;     // all projects when absent
+    std::optional<std::string> output;      // standard output when absent
+};
 struct UsageError {
     std::string message;  // names the offending argument
 };
-using CommandLineRequest = std::variant<RunProgram, ShowHelp, ShowVersion, UsageError>;
+using CommandLineRequest =
+    std::variant<RunProgram, ShowHelp, ShowVersion, ExportTimesheet, UsageError>;
 
 // `arguments` excludes the program name.
 CommandLineRequest parseCommandLine(const std::vector<std::string>& arguments);

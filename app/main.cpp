@@ -2,12 +2,14 @@
 #include <QCoreApplication>
 
 #include <csignal>
+#include <ctime>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
 
 #include "app/app_delegate.h"
 #include "app/command_line.h"
+#include "app/timesheet_command.h"
 #include "app/unix_signal_watcher.h"
 
 namespace {
@@ -65,6 +67,11 @@ int main(int argc, char** argv) {
     if (std::holds_alternative<kvillo::ShowVersion>(request)) {
         std::cout << kvillo::versionText() << "\n";
         return 0;
+    }
+    if (auto* timesheet = std::get_if<kvillo::ExportTimesheet>(&request)) {
+        return kvillo::runTimesheetCommand(*timesheet, kvillo::AppPaths::fromEnvironment(),
+                                           static_cast<double>(std::time(nullptr)), std::cout,
+                                           std::cerr);
     }
     return runProgram(argc, argv, std::get<kvillo::RunProgram>(request));
 }

@@ -1,5 +1,7 @@
 #include "core/localisation/language.h"
 
+#include <cstdlib>
+
 namespace kvillo {
 
 std::optional<Language> Language::fromCode(std::string_view code) {
@@ -24,5 +26,71 @@ std::string_view Language::code() const {
     }
     return "nb";
 }
+
+std::string_view Language::name() const {
+    switch (value_) {
+        case nb:
+            return "Norsk";
+        case en:
+            return "English";
+        case es:
+            return "Español";
+        case fr:
+            return "Français";
+    }
+    return "Norsk";
+}
+
+std::string_view Language::locale() const {
+    switch (value_) {
+        case nb:
+            return "nb_NO";
+        case en:
+            return "en_GB";
+        case es:
+            return "es_ES";
+        case fr:
+            return "fr_FR";
+    }
+    return "nb_NO";
+}
+
+Language Language::fromPreferred(const std::vector<std::string>& preferred) {
+    for (const auto& tag : preferred) {
+        std::string_view prefix = std::string_view(tag).substr(0, 2);
+        if (prefix == "nb" || prefix == "no" || prefix == "nn") {
+            return nb;
+        }
+        if (auto language = fromCode(prefix); language && *language != nb) {
+            return *language;
+        }
+    }
+    return en;
+}
+
+std::vector<std::string> Language::preferredFromEnvironment() {
+    std::vector<std::string> preferred;
+    if (const char* list = std::getenv("LANGUAGE")) {
+        std::string_view rest = list;
+        while (!rest.empty()) {
+            size_t colon = rest.find(':');
+            std::string_view tag = rest.substr(0, colon);
+            if (!tag.empty()) {
+                preferred.emplace_back(tag);
+            }
+            rest = colon == std::string_view::npos ? std::string_view() : rest.substr(colon + 1);
+        }
+    }
+    // Only the first of these that is set is the locale messages use.
+    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        if (const char* value = std::getenv(variable); value && *value) {
+            preferred.emplace_back(value);
+            break;
+        }
+    }
+    return preferred;
+}
+
+Language Language::system() { return fromPreferred(preferredFromEnvironment()); }
 
 }  // namespace kvillo

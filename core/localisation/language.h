@@ -3,7 +3,9 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace kvillo {
 
@@ -23,6 +25,25 @@ public:
 
     // "nb", "en", "es", "fr": the stored form.
     std::string_view code() const;
+
+    // The language's own name, as the language menu lists it ("Norsk").
+    std::string_view name() const;
+
+    // The ICU locale whose formats go with it ("nb_NO").
+    std::string_view locale() const;
+
+    // The first of the preferred languages (tags such as "nb-NO", "fr" or
+    // POSIX locales such as "nb_NO.UTF-8") that is one of the four, where
+    // "no" and "nn" count as Norwegian; English when none is.
+    static Language fromPreferred(const std::vector<std::string>& preferred);
+
+    // The user's preferred languages as the desktop gives them: LANGUAGE
+    // (colon-separated), then the messages locale (the first of LC_ALL,
+    // LC_MESSAGES and LANG that is set).
+    static std::vector<std::string> preferredFromEnvironment();
+
+    // fromPreferred(preferredFromEnvironment()).
+    static Language system();
 
 private:
     Value value_;

@@ -1,50 +1,187 @@
 #include "core/time/calendar.h"
 
 #include <unicode/calendar.h>
+#include <unicode/dtptngen.h>
+#include <unicode/gregocal.h>
+#include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 
 #include <cassert>
+#include <map>
 #include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
 
 namespace kvillo::calendar {
 namespace {
 
 constexpr double kMillisPerSecond = 1000.0;
 
-std::unique_ptr<icu::Calendar> calendarAt(TimePoint t) {
+// ISO-8601 rules on the Gregorian calendar, whatever the process locale says.
+std::unique_ptr<icu::Calendar> isoCalendar() {
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(status));
+    auto calendar = std::make_unique<icu::GregorianCalendar>(status);
     assert(U_SUCCESS(status));
+    calendar->setFirstDayOfWeek(UCAL_MONDAY);
+    calendar->setMinimalDaysInFirstWeek(4);
+    return calendar;
+}
+
+std::unique_ptr<icu::Calendar> calendarAt(TimePoint t) {
+    auto calendar = isoCalendar();
+    UErrorCode status = U_ZERO_ERROR;
     calendar->setTime(t * kMillisPerSecond, status);
     return calendar;
 }
 
-TimePoint timeOf(const icu::Calendar& calendar) {
+TimePoint timeOf(icu::Calendar& calendar) {
     UErrorCode status = U_ZERO_ERROR;
     return calendar.getTime(status) / kMillisPerSecond;
 }
 
+void clearTimeOfDay(icu::Calendar& calendar) {
+    calendar.set(UCAL_HOUR_OF_DAY, 0);
+    calendar.set(UCAL_MINUTE, 0);
+    calendar.set(UCAL_SECOND, 0);
+    calendar.set(UCAL_MILLISECOND, 0);
+}
+
+std::string utf8(const icu::UnicodeString& text) {
+    std::string out;
+    text.toUTF8String(out);
+    return out;
+}
+
+icu::UnicodeString unicode(std::string_view text) {
+    return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), text.size()));
+}
+
+// Finding a locale's pattern for a skeleton is costly; the answer never
+// changes, so it is kept for the life of the process.
+icu::UnicodeString patternFor(std::string_view skeleton, std::string_view locale) {
+    static std::mutex mutex;
+    static std::map<std::pair<std::string, std::string>, icu::UnicodeString> patterns;
+    std::lock_guard lock(mutex);
+    auto key = std::make_pair(std::string(skeleton), std::string(locale));
+    auto found = patterns.find(key);
+    if (found != patterns.end()) {
+        return found->second;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::DateTimePatternGenerator> generator(
+        icu::DateTimePatternGenerator::createInstance(icu::Locale(key.second.c_str()), status));
+    icu::UnicodeString pattern =
+        U_SUCCESS(status) ? generator->getBestPattern(unicode(skeleton), status) : unicode(skeleton);
+    patterns.emplace(key, pattern);
+    return pattern;
+}
+
+std::string formatWith(TimePoint t, const icu::UnicodeString& pattern, const icu::Locale& locale) {
+    UErrorCode status = U_ZERO_ERROR;
+    icu::SimpleDateFormat formatter(pattern, locale, status);
+    if (U_FAILURE(status)) {
+        return {};
+    }
+    formatter.adoptCalendar(isoCalendar().release());
+    icu::UnicodeString text;
+    formatter.format(t * kMillisPerSecond, text);
+    return utf8(text);
+}
+
 }  // namespace
 
-TimePoint startOfDay(TimePoint t) {
-    auto calendar = calendarAt(t);
-    calendar->set(UCAL_HOUR_OF_DAY, 0);
-    calendar->set(UCAL_MINUTE, 0);
-    calendar->set(UCAL_SECOND, 0);
-    calendar->set(UCAL_MILLISECOND, 0);
-    return timeOf(*calendar);
-}
-
-TimePoint addDays(TimePoint t, int days) {
+TimePoint startOf(Unit unit, TimePoint t) {
     auto calendar = calendarAt(t);
     UErrorCode status = U_ZERO_ERROR;
-    calendar->add(UCAL_DATE, days, status);
+    switch (unit) {
+        case Unit::day:
+            break;
+        case Unit::week:
+            calendar->set(UCAL_DAY_OF_WEEK, UCAL_MONDAY);
+            break;
+        case Unit::month:
+            calendar->set(UCAL_DATE, 1);
+            break;
+        case Unit::quarter: {
+            int month = calendar->get(UCAL_MONTH, status);
+            calendar->set(UCAL_MONTH, month / 3 * 3);
+            calendar->set(UCAL_DATE, 1);
+            break;
+        }
+        case Unit::year:
+            calendar->set(UCAL_DAY_OF_YEAR, 1);
+            break;
+    }
+    clearTimeOfDay(*calendar);
     return timeOf(*calendar);
 }
 
-DayRange dayRange(TimePoint t) {
-    TimePoint start = startOfDay(t);
-    return {start, addDays(start, 1)};
+TimePoint startOfDay(TimePoint t) { return startOf(Unit::day, t); }
+
+TimePoint add(Unit unit, TimePoint t, int count) {
+    auto calendar = calendarAt(t);
+    UErrorCode status = U_ZERO_ERROR;
+    switch (unit) {
+        case Unit::day:
+            calendar->add(UCAL_DATE, count, status);
+            break;
+        case Unit::week:
+            calendar->add(UCAL_WEEK_OF_YEAR, count, status);
+            break;
+        case Unit::month:
+            calendar->add(UCAL_MONTH, count, status);
+            break;
+        case Unit::quarter:
+            calendar->add(UCAL_MONTH, 3 * count, status);
+            break;
+        case Unit::year:
+            calendar->add(UCAL_YEAR, count, status);
+            break;
+    }
+    return timeOf(*calendar);
+}
+
+TimePoint addDays(TimePoint t, int days) { return add(Unit::day, t, days); }
+
+TimeRange rangeOf(Unit unit, TimePoint t) {
+    TimePoint start = startOf(unit, t);
+    return {start, add(unit, start, 1)};
+}
+
+TimeRange dayRange(TimePoint t) { return rangeOf(Unit::day, t); }
+
+int isoWeek(TimePoint t) {
+    UErrorCode status = U_ZERO_ERROR;
+    return calendarAt(t)->get(UCAL_WEEK_OF_YEAR, status);
+}
+
+std::optional<TimePoint> startOfDate(Date date) {
+    auto calendar = isoCalendar();
+    calendar->setLenient(false);
+    calendar->clear();
+    calendar->set(date.year, date.month - 1, date.day);
+    UErrorCode status = U_ZERO_ERROR;
+    UDate millis = calendar->getTime(status);
+    if (U_FAILURE(status)) {
+        return std::nullopt;
+    }
+    return millis / kMillisPerSecond;
+}
+
+Date dateOf(TimePoint t) {
+    auto calendar = calendarAt(t);
+    UErrorCode status = U_ZERO_ERROR;
+    return {calendar->get(UCAL_YEAR, status), calendar->get(UCAL_MONTH, status) + 1,
+            calendar->get(UCAL_DATE, status)};
+}
+
+std::string format(TimePoint t, std::string_view pattern) {
+    return formatWith(t, unicode(pattern), icu::Locale::getRoot());
+}
+
+std::string formatSkeleton(TimePoint t, std::string_view skeleton, std::string_view locale) {
+    return formatWith(t, patternFor(skeleton, locale), icu::Locale(std::string(locale).c_str()));
 }
 
 void reloadTimeZoneFromEnvironment() {

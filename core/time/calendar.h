@@ -1,29 +1,64 @@
 #pragma once
 
+#include <optional>
+#include <string>
+#include <string_view>
+
 #include "core/time/time_point.h"
 
-namespace kvillo::calendar {
+namespace kvillo {
 
-// Calendar arithmetic in the process's current time zone (ICU's default zone,
-// taken from TZ), so that a day with a clock change lasts 23 or 25 hours.
-// Safe to call from any thread.
+// A half-open stretch of time [start, end).
+struct TimeRange {
+    TimePoint start = 0;
+    TimePoint end = 0;
+    bool operator==(const TimeRange&) const = default;
+};
 
-// The first instant of the day that contains `t`.
+// Calendar arithmetic and date texts in the process's current time zone
+// (ICU's default zone, taken from TZ), on the ISO-8601 calendar: weeks start
+// on Monday and are numbered by the ISO rule. A day with a clock change
+// lasts 23 or 25 hours. Safe to call from any thread.
+namespace calendar {
+
+enum class Unit { day, week, month, quarter, year };
+
+// The first instant of the day, ISO week, month, quarter or year containing t.
+TimePoint startOf(Unit unit, TimePoint t);
 TimePoint startOfDay(TimePoint t);
 
-// `t` moved by `days` calendar days, keeping its wall-clock time where the
-// zone allows it.
+// t moved by `count` units (a quarter is three months), keeping the wall
+// clock where the zone allows it.
+TimePoint add(Unit unit, TimePoint t, int count);
 TimePoint addDays(TimePoint t, int days);
 
-// The half-open range [start of t's day, start of the next day).
-struct DayRange {
-    TimePoint start;
-    TimePoint end;
+// The unit containing t: [startOf(unit, t), the next one).
+TimeRange rangeOf(Unit unit, TimePoint t);
+TimeRange dayRange(TimePoint t);
+
+// The ISO week number (1 to 53) of t.
+int isoWeek(TimePoint t);
+
+// Midnight starting the given date, or none when it does not exist
+// (month 13, 30 February).
+struct Date {
+    int year;
+    int month;  // 1 to 12
+    int day;    // 1 to 31
 };
-DayRange dayRange(TimePoint t);
+std::optional<TimePoint> startOfDate(Date date);
+Date dateOf(TimePoint t);
+
+// Fixed, locale-independent patterns in ICU syntax ("yyyy-MM-dd", "HH:mm").
+std::string format(TimePoint t, std::string_view pattern);
+
+// A locale's own arrangement of the fields named by an ICU skeleton
+// ("EEEEdMMMM" is weekday, day and month name), in that locale's words.
+std::string formatSkeleton(TimePoint t, std::string_view skeleton, std::string_view locale);
 
 // Re-reads TZ. ICU keeps the default zone it saw first; a process that
 // changes TZ while running (tests do) calls this afterwards.
 void reloadTimeZoneFromEnvironment();
 
-}  // namespace kvillo::calendar
+}  // namespace calendar
+}  // namespace kvillo

@@ -1,0 +1,284 @@
+#include "core/analysis/period_report.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_map>
+
+#include "core/analysis/fmt.h"
+#include "core/analysis/project_matcher.h"
+#include "core/analysis/project_search.h"
+#include "core/localisation/l10n.h"
+#include "core/text/first_letter.h"
+#include "core/time/day_cursor.h"
+
+namespace kvillo {
+namespace {
+
+Duration lengthOf(const Activity& activity, TimePoint now) {
+    return activity.endTime.value_or(now) - activity.startTime;
+}
+
+// Totals by name, kept in the order names first appear so that equal
+// totals sort the same way every time.
+class Totals {
+public:
+    void add(const std::string& name, Duration seconds) {
+        auto [found, inserted] = index_.try_emplace(name, totals_.size());
+        if (inserted) {
+            totals_.push_back({name, 0});
+        }
+        totals_[found->second].seconds += seconds;
+    }
+
+    std::vector<NamedTime> largestFirst() && {
+        std::stable_sort(totals_.begin(), totals_.end(),
+                         [](const NamedTime& a, const NamedTime& b) { return a.seconds > b.seconds; });
+        return std::move(totals_);
+    }
+
+private:
+    std::vector<NamedTime> totals_;
+    std::unordered_map<std::string, size_t> index_;
+};
+
+std::vector<DaySegment> segmentsOf(const std::map<std::pair<TimePoint, std::string>, Duration>& byDay) {
+    std::vector<DaySegment> segments;
+    segments.reserve(byDay.size());
+    for (const auto& [key, seconds] : byDay) {
+        segments.push_back({key.first, key.second, seconds});
+    }
+    return segments;
+}
+
+std::vector<TaskEntry> tasksOf(const std::vector<Annotation>& annotations,
+                               const std::vector<Project>& projects, TimePoint now) {
+    ProjectSearch search(projects);
+    std::vector<TaskEntry> tasks;
+    for (const auto& annotation : annotations) {
+        if (!annotation.id) {
+            continue;
+        }
+        Duration seconds = std::max(0.0, annotation.endedAt.value_or(now) - annotation.startedAt);
+        if (!tasks.empty() && tasks.back().text == annotation.text &&
+            calendar::startOfDay(tasks.back().start) == calendar::startOfDay(annotation.startedAt)) {
+            tasks.back().seconds += seconds;
+            tasks.back().end = annotation.endedAt;
+            continue;
+        }
+        const std::string* project = search.find(annotation.text);
+        tasks.push_back({*annotation.id, annotation.text,
+                         project ? std::optional<std::string>(*project) : std::nullopt,
+                         annotation.startedAt, annotation.endedAt, seconds});
+    }
+    std::reverse(tasks.begin(), tasks.end());
+    return tasks;
+}
+
+}  // namespace
+
+std::string_view labelKey(Period period) {
+    switch (period) {
+        case Period::day:
+            return "Dag";
+        case Period::week:
+            return "Uke";
+        case Period::month:
+            return "Måned";
+    }
+    return "Dag";
+}
+
+calendar::Unit unitOf(Period period) {
+    switch (period) {
+        case Period::day:
+            return calendar::Unit::day;
+        case Period::week:
+            return calendar::Unit::week;
+        case Period::month:
+            return calendar::Unit::month;
+    }
+    return calendar::Unit::day;
+}
+
+Duration TaskDay::total() const {
+    Duration sum = 0;
+    for (const auto& row : rows) {
+        sum += row.seconds;
+    }
+    return sum;
+}
+
+std::vector<TaskDay> TaskDay::group(const std::vector<TaskEntry>& entries) {
+    std::map<TimePoint, TaskDay, std::greater<>> days;
+    for (const auto& entry : entries) {
+        TimePoint day = calendar::startOfDay(entry.start);
+        TaskDay& taskDay = days.try_emplace(day, TaskDay{day}).first->second;
+        auto row = std::find_if(taskDay.rows.begin(), taskDay.rows.end(),
+                                [&](const Row& r) { return r.text == entry.text; });
+        if (row == taskDay.rows.end()) {
+            taskDay.rows.push_back(
+                {entry.text, entry.project, entry.start, entry.end, entry.seconds, 1});
+            continue;
+        }
+        row->seconds += entry.seconds;
+        row->sessions += 1;
+        row->first = std::min(row->first, entry.start);
+        row->last = row->last && entry.end ? std::optional(std::max(*row->last, *entry.end))
+                                           : std::nullopt;
+    }
+    std::vector<TaskDay> result;
+    result.reserve(days.size());
+    for (auto& [day, taskDay] : days) {
+        std::stable_sort(taskDay.rows.begin(), taskDay.rows.end(),
+                         [](const Row& a, const Row& b) { return a.seconds > b.seconds; });
+        result.push_back(std::move(taskDay));
+    }
+    return result;
+}
+
+PeriodReport::PeriodReport(Database& database, const Features& features)
+    : database_(database), features_(features) {}
+
+bool PeriodReport::isOn(Features::Key key, const ReportInputs& inputs) const {
+    auto found = inputs.featureStates.find(key);
+    return found != inputs.featureStates.end() ? found->second : features_.isEnabled(key);
+}
+
+Report PeriodReport::report(TimePoint from, TimePoint to, const ReportInputs& inputs) const {
+    std::vector<Activity> activities;
+    std::vector<Annotation> annotations;
+    try {
+        activities = database_.fetchActivities(from, to);
+    } catch (const DatabaseError&) {
+    }
+    try {
+        annotations = database_.fetchAnnotations(from, to);
+    } catch (const DatabaseError&) {
+    }
+    return analyse(activities, annotations, from, to, inputs);
+}
+
+Report PeriodReport::analyse(const std::vector<Activity>& activities,
+                             const std::vector<Annotation>& annotations, TimePoint from,
+                             TimePoint to, const ReportInputs& inputs) const {
+    const TimePoint now = inputs.now;
+    Report report{.from = from, .to = to};
+
+    Totals apps;
+    for (const auto& activity : activities) {
+        Duration seconds = lengthOf(activity, now);
+        report.active += seconds;
+        apps.add(activity.appName, seconds);
+    }
+    report.apps = std::move(apps).largestFirst();
+
+    if (isOn(Features::Key::focusSessions, inputs)) {
+        report.focusSessions =
+            FocusSession::detect(activities, FocusSession::kDefaultMinDuration,
+                                 FocusSession::kDefaultMaxGap, now);
+        for (const auto& session : report.focusSessions) {
+            report.focus += session.duration();
+        }
+    }
+
+    std::map<std::pair<TimePoint, std::string>, Duration> byDay;
+    DayCursor days;
+    if (isOn(Features::Key::projects, inputs)) {
+        const std::string unmatched(kUnmatched);
+        Totals projects;
+        for (const auto& [activity, project] :
+             ProjectMatcher::assign(activities, inputs.projects, annotations,
+                                    ProjectMatcher::kDefaultCarryOver, now)) {
+            const std::string& name = project ? *project : unmatched;
+            Duration seconds = lengthOf(activity, now);
+            projects.add(name, seconds);
+            byDay[{days.startOfDay(activity.startTime), name}] += seconds;
+        }
+        report.projects = std::move(projects).largestFirst();
+        auto unmatchedTotal = std::find_if(report.projects.begin(), report.projects.end(),
+                                           [&](const NamedTime& t) { return t.name == unmatched; });
+        if (unmatchedTotal != report.projects.end()) {
+            report.unmatched = unmatchedTotal->seconds;
+            report.projects.erase(unmatchedTotal);
+        }
+    } else {
+        const std::string active = L10n::string(L10n::language(features_), "Aktiv tid");
+        for (const auto& activity : activities) {
+            byDay[{days.startOfDay(activity.startTime), active}] += lengthOf(activity, now);
+        }
+    }
+    report.segments = segmentsOf(byDay);
+
+    if (isOn(Features::Key::workingOn, inputs)) {
+        report.tasks = tasksOf(annotations, inputs.projects, now);
+    }
+    return report;
+}
+
+Duration PeriodReport::focusTotal(TimePoint from, TimePoint to, TimePoint now) const {
+    std::vector<Activity> activities;
+    try {
+        activities = database_.fetchActivities(from, to);
+    } catch (const DatabaseError&) {
+    }
+    Duration total = 0;
+    for (const auto& session : FocusSession::detect(activities, FocusSession::kDefaultMinDuration,
+                                                    FocusSession::kDefaultMaxGap, now)) {
+        total += session.duration();
+    }
+    return total;
+}
+
+TimeRange PeriodReport::range(Period period, TimePoint around) {
+    return calendar::rangeOf(unitOf(period), around);
+}
+
+std::optional<std::string> PeriodReport::focusDetail(const Report& report, Period period,
+                                                     TimePoint now) const {
+    if (report.active <= 0) {
+        return std::nullopt;
+    }
+    Language language = L10n::language(features_);
+    auto percent = static_cast<std::int64_t>(std::lround(report.focus / report.active * 100));
+    TimePoint previous = calendar::add(unitOf(period), report.from, -1);
+    Duration difference = report.focus - focusTotal(previous, report.from, now);
+
+    std::string word = period == Period::day    ? "i går"
+                       : period == Period::week ? "forrige uke"
+                                                : "forrige måned";
+    std::string comparison;
+    if (std::abs(difference) >= 60) {
+        std::string change = std::string(difference > 0 ? "\u2191" : "\u2193") + " " +
+                             Fmt::duration(std::abs(difference), language);
+        comparison = L10n::string(language, "%@ fra " + word, {change});
+    } else {
+        comparison = L10n::string(language, "som " + word);
+    }
+    return L10n::string(language, "%d %% av aktiv tid", {percent}) + " \u00b7 " + comparison;
+}
+
+std::string PeriodReport::subtitle(Period period, TimePoint from, TimePoint to) const {
+    Language language = L10n::language(features_);
+    switch (period) {
+        case Period::day:
+            return Fmt::day(from, language);
+        case Period::week: {
+            TimePoint lastDay = calendar::addDays(to, -1);
+            return L10n::string(
+                language, "Uke %d · %@ – %@",
+                {std::int64_t{calendar::isoWeek(from)},
+                 calendar::formatSkeleton(from, "dMMM", language.locale()),
+                 calendar::formatSkeleton(lastDay, "dMMM", language.locale())});
+        }
+        case Period::month:
+            return withCapitalFirstLetter(
+                calendar::formatSkeleton(from, "LLLLyyyy", language.locale()));
+    }
+    return {};
+}
+
+TimePoint PeriodReport::step(Period period, TimePoint anchor, int delta) {
+    return calendar::add(unitOf(period), anchor, delta);
+}
+
+}  // namespace kvillo

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/records/activity.h"
+#include "core/records/annotation.h"
+#include "core/records/project.h"
+#include "core/time/time_point.h"
+
+namespace kvillo {
+
+// An activity and the name of the project its time belongs to, if any.
+struct ProjectAssignment {
+    Activity activity;
+    std::optional<std::string> project;
+    bool operator==(const ProjectAssignment&) const = default;
+};
+
+// The one rule by which logged time is attributed to projects. Pure; no
+// state between calls.
+namespace ProjectMatcher {
+
+// Tasks that the Claude Code hook records begin with this.
+inline constexpr std::string_view kClaudeCodePrefix = "Claude Code:";
+// How long after it began a Claude Code task still claims activities.
+inline constexpr Duration kClaudeCodeLimit = 2700;
+// The carry-over every caller but the switch prompt uses.
+inline constexpr Duration kDefaultCarryOver = 600;
+
+// Words that mark an application as a developer tool (lower case); only
+// those take their project from a Claude Code task.
+const std::array<std::string_view, 10>& developerApps();
+
+// Returns the activities ordered by start (stable) with their projects.
+// Each activity's project comes from the first rule that gives one:
+//  1. its title names a project;
+//  2. the latest-listed annotation covering its start (startedAt <= start <
+//     end, open ones ending at `now`) names one; a Claude Code annotation
+//     covers only developer tools within 45 minutes of its start, and other
+//     annotations are tried when it does not;
+//  3. it starts at most `carryOver` seconds after the end of the last
+//     activity matched by rule 1 or by a non-Claude-Code annotation.
+// `projects` in database order and `annotations` by ascending start: both
+// orders decide ties. With no projects, the activities come back unsorted
+// and unmatched.
+std::vector<ProjectAssignment> assign(const std::vector<Activity>& activities,
+                                      const std::vector<Project>& projects,
+                                      const std::vector<Annotation>& annotations,
+                                      Duration carryOver, TimePoint now);
+
+}  // namespace ProjectMatcher
+}  // namespace kvillo

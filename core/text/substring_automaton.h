@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kvillo {
+
+// Finds which of many patterns occur in a text in one pass over the text
+// (Aho-Corasick over bytes). Each pattern carries a rank; a search answers
+// the lowest rank among the patterns that occur. Used to match thousands of
+// window titles against every project term without a loop per term.
+//
+// Build it with add() then finish(); after that it is immutable and may be
+// searched from any number of threads.
+class SubstringAutomaton {
+public:
+    static constexpr int kNoMatch = std::numeric_limits<int>::max();
+
+    // An empty pattern is ignored: it never matches.
+    void add(std::string_view pattern, int rank);
+    void finish();
+
+    // The lowest rank of a pattern occurring in `text`, or kNoMatch.
+    int lowestRankIn(std::string_view text) const;
+
+private:
+    struct Node {
+        std::vector<std::pair<std::uint8_t, int>> children;  // while building
+        int rank = kNoMatch;
+    };
+
+    std::vector<Node> nodes_{Node{}};
+    // After finish(): transitions_[state * classCount_ + class], and each
+    // state's lowest rank including those reached through failure links.
+    std::vector<std::uint8_t> byteClass_ = std::vector<std::uint8_t>(256, 0);
+    int classCount_ = 1;
+    std::vector<std::int32_t> transitions_;
+    std::vector<int> lowestRank_;
+};
+
+}  // namespace kvillo
