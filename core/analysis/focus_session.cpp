@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include "core/records/activity_order.h"
 
 namespace kvillo {
 namespace {
@@ -32,14 +33,7 @@ FocusSession sessionOf(const std::vector<const Activity*>& run, TimePoint lastEn
 std::vector<FocusSession> FocusSession::detect(const std::vector<Activity>& activities,
                                                Duration minDuration, Duration maxGap,
                                                TimePoint now) {
-    std::vector<const Activity*> ordered;
-    ordered.reserve(activities.size());
-    for (const auto& activity : activities) {
-        ordered.push_back(&activity);
-    }
-    std::stable_sort(ordered.begin(), ordered.end(), [](const Activity* a, const Activity* b) {
-        return a->startTime < b->startTime;
-    });
+    std::vector<const Activity*> ordered = byStartTime(activities);
 
     std::vector<FocusSession> sessions;
     std::vector<const Activity*> run;

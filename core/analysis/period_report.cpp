@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <unordered_map>
 
 #include "core/analysis/fmt.h"
@@ -19,15 +20,19 @@ Duration lengthOf(const Activity& activity, TimePoint now) {
 }
 
 // Totals by name, kept in the order names first appear so that equal
-// totals sort the same way every time.
+// totals sort the same way every time. Runs of the same name (an app in
+// front several times in a row) skip the lookup.
 class Totals {
 public:
     void add(const std::string& name, Duration seconds) {
-        auto [found, inserted] = index_.try_emplace(name, totals_.size());
-        if (inserted) {
-            totals_.push_back({name, 0});
+        if (last_ == totals_.size() || totals_[last_].name != name) {
+            auto [found, inserted] = index_.try_emplace(name, totals_.size());
+            if (inserted) {
+                totals_.push_back({name, 0});
+            }
+            last_ = found->second;
         }
-        totals_[found->second].seconds += seconds;
+        totals_[last_].seconds += seconds;
     }
 
     std::vector<NamedTime> largestFirst() && {
@@ -39,14 +44,22 @@ public:
 private:
     std::vector<NamedTime> totals_;
     std::unordered_map<std::string, size_t> index_;
+    size_t last_ = 0;
 };
 
-std::vector<DaySegment> segmentsOf(const std::map<std::pair<TimePoint, std::string>, Duration>& byDay) {
+// Time per day and name; names are compared by address while counting and
+// by text only for the few segments that result.
+using DayTotals = std::map<std::pair<TimePoint, const std::string*>, Duration>;
+
+std::vector<DaySegment> segmentsOf(const DayTotals& byDay) {
     std::vector<DaySegment> segments;
     segments.reserve(byDay.size());
     for (const auto& [key, seconds] : byDay) {
-        segments.push_back({key.first, key.second, seconds});
+        segments.push_back({key.first, *key.second, seconds});
     }
+    std::sort(segments.begin(), segments.end(), [](const DaySegment& a, const DaySegment& b) {
+        return std::tie(a.day, a.name) < std::tie(b.day, b.name);
+    });
     return segments;
 }
 
@@ -181,18 +194,19 @@ Report PeriodReport::analyse(const std::vector<Activity>& activities,
         }
     }
 
-    std::map<std::pair<TimePoint, std::string>, Duration> byDay;
+    DayTotals byDay;
     DayCursor days;
+    const std::string unmatched(kUnmatched);
+    const std::string active = L10n::string(L10n::language(features_), "Aktiv tid");
     if (isOn(Features::Key::projects, inputs)) {
-        const std::string unmatched(kUnmatched);
         Totals projects;
         for (const auto& [activity, project] :
              ProjectMatcher::assign(activities, inputs.projects, annotations,
                                     ProjectMatcher::kDefaultCarryOver, now)) {
-            const std::string& name = project ? *project : unmatched;
-            Duration seconds = lengthOf(activity, now);
-            projects.add(name, seconds);
-            byDay[{days.startOfDay(activity.startTime), name}] += seconds;
+            const std::string* name = project ? project : &unmatched;
+            Duration seconds = lengthOf(*activity, now);
+            projects.add(*name, seconds);
+            byDay[{days.startOfDay(activity->startTime), name}] += seconds;
         }
         report.projects = std::move(projects).largestFirst();
         auto unmatchedTotal = std::find_if(report.projects.begin(), report.projects.end(),
@@ -202,9 +216,8 @@ Report PeriodReport::analyse(const std::vector<Activity>& activities,
             report.projects.erase(unmatchedTotal);
         }
     } else {
-        const std::string active = L10n::string(L10n::language(features_), "Aktiv tid");
         for (const auto& activity : activities) {
-            byDay[{days.startOfDay(activity.startTime), active}] += lengthOf(activity, now);
+            byDay[{days.startOfDay(activity.startTime), &active}] += lengthOf(activity, now);
         }
     }
     report.segments = segmentsOf(byDay);

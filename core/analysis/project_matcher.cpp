@@ -5,16 +5,19 @@
 #include <limits>
 
 #include "core/analysis/project_search.h"
+#include "core/records/activity_order.h"
 
 namespace kvillo::ProjectMatcher {
 namespace {
 
-bool isDeveloperApp(const std::string& appName) {
-    std::string lower = appName;
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return std::any_of(developerApps().begin(), developerApps().end(),
-                       [&](std::string_view word) { return lower.find(word) != std::string::npos; });
+bool isDeveloperApp(std::string_view appName) {
+    auto sameLetter = [](char a, char b) {
+        return std::tolower(static_cast<unsigned char>(a)) == static_cast<unsigned char>(b);
+    };
+    return std::any_of(developerApps().begin(), developerApps().end(), [&](std::string_view word) {
+        return std::search(appName.begin(), appName.end(), word.begin(), word.end(), sameLetter) !=
+               appName.end();
+    });
 }
 
 // The annotations as the rules need them: each text searched at most once,
@@ -22,7 +25,7 @@ bool isDeveloperApp(const std::string& appName) {
 // backward scan can stop where no earlier annotation reaches the activity.
 class CoveringAnnotations {
 public:
-    CoveringAnnotations(const std::vector<Annotation>& annotations, const ProjectSearch& search,
+    CoveringAnnotations(const std::vector<Annotation>& annotations, ProjectSearch& search,
                         TimePoint now)
         : annotations_(annotations), search_(search), now_(now) {
         latestEndUpTo_.reserve(annotations.size());
@@ -85,7 +88,7 @@ private:
     }
 
     const std::vector<Annotation>& annotations_;
-    const ProjectSearch& search_;
+    ProjectSearch& search_;
     TimePoint now_;
     std::vector<TimePoint> latestEndUpTo_;
     std::vector<bool> claudeCode_;
@@ -111,19 +114,12 @@ std::vector<ProjectAssignment> assign(const std::vector<Activity>& activities,
     result.reserve(activities.size());
     if (projects.empty()) {
         for (const auto& activity : activities) {
-            result.push_back({activity, std::nullopt});
+            result.push_back({&activity, nullptr});
         }
         return result;
     }
 
-    std::vector<const Activity*> ordered;
-    ordered.reserve(activities.size());
-    for (const auto& activity : activities) {
-        ordered.push_back(&activity);
-    }
-    std::stable_sort(ordered.begin(), ordered.end(), [](const Activity* a, const Activity* b) {
-        return a->startTime < b->startTime;
-    });
+    std::vector<const Activity*> ordered = byStartTime(activities);
 
     ProjectSearch search(projects);
     CoveringAnnotations covering(annotations, search, now);
@@ -151,7 +147,7 @@ std::vector<ProjectAssignment> assign(const std::vector<Activity>& activities,
         if (!project && carriedProject && activity->startTime - carriedEnd <= carryOver) {
             project = carriedProject;
         }
-        result.push_back({*activity, project ? std::optional<std::string>(*project) : std::nullopt});
+        result.push_back({activity, project});
     }
     return result;
 }

@@ -14,10 +14,10 @@
 namespace kvillo {
 
 // An activity and the name of the project its time belongs to, if any.
+// Both point into the lists given to `assign`, which must outlive them.
 struct ProjectAssignment {
-    Activity activity;
-    std::optional<std::string> project;
-    bool operator==(const ProjectAssignment&) const = default;
+    const Activity* activity = nullptr;
+    const std::string* project = nullptr;  // a project's name, or nullptr
 };
 
 // The one rule by which logged time is attributed to projects. Pure; no

@@ -1,7 +1,5 @@
 #include "core/analysis/project_search.h"
 
-#include "core/text/text_folding.h"
-
 namespace kvillo {
 
 ProjectSearch::ProjectSearch(const std::vector<Project>& projects) {
@@ -10,21 +8,26 @@ ProjectSearch::ProjectSearch(const std::vector<Project>& projects) {
     // the terms found is the first project that has any of them.
     for (const auto& project : projects) {
         int rank = static_cast<int>(names_.size());
-        names_.push_back(project.name);
-        automaton_.add(foldForMatching(project.name), rank);
+        names_.push_back(&project.name);
+        std::string folded;
+        folder_.fold(project.name, folded);
+        automaton_.add(folded, rank);
         for (const auto& keyword : project.keywords) {
-            automaton_.add(foldForMatching(keyword), rank);
+            folder_.fold(keyword, folded);
+            automaton_.add(folded, rank);
         }
     }
     automaton_.finish();
 }
 
-const std::string* ProjectSearch::find(std::string_view text) const {
+const std::string* ProjectSearch::find(std::string_view text) {
     if (text.empty() || names_.empty()) {
         return nullptr;
     }
-    int rank = automaton_.lowestRankIn(foldForMatching(text));
-    return rank == SubstringAutomaton::kNoMatch ? nullptr : &names_[rank];
+    SubstringAutomaton::Scan scan(automaton_);
+    folder_.foldInto(text, [&scan](unsigned char byte) { scan.feed(byte); });
+    int rank = scan.lowestRank();
+    return rank == SubstringAutomaton::kNoMatch ? nullptr : names_[rank];
 }
 
 }  // namespace kvillo

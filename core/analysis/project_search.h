@@ -6,6 +6,7 @@
 
 #include "core/records/project.h"
 #include "core/text/substring_automaton.h"
+#include "core/text/text_folding.h"
 
 namespace kvillo {
 
@@ -15,20 +16,19 @@ namespace kvillo {
 // regard to case or diacritics. An empty text never matches.
 //
 // Every term is folded once, when the search is built; each text once per
-// lookup. Immutable after construction.
+// lookup, in one pass however many terms there are. The projects must
+// outlive the search. One thread at a time.
 class ProjectSearch {
 public:
     explicit ProjectSearch(const std::vector<Project>& projects);
 
-    bool hasProjects() const { return !names_.empty(); }
-
-    // The winning project's name, or nullptr. The pointer stays valid as
-    // long as this search.
-    const std::string* find(std::string_view text) const;
+    // The winning project's name (inside the projects given), or nullptr.
+    const std::string* find(std::string_view text);
 
 private:
-    std::vector<std::string> names_;
+    std::vector<const std::string*> names_;
     SubstringAutomaton automaton_;
+    TextFolder folder_;
 };
 
 }  // namespace kvillo

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <map>
+#include <tuple>
 #include <set>
 #include <unordered_map>
 
@@ -19,13 +21,15 @@ namespace {
 constexpr std::string_view kTaskPrefix = "Claude Code: ";
 constexpr std::string_view kDisplayPrefix = "Claude Code \u00b7 ";
 
+// One day-and-project key's time. Titles are views into the activities,
+// which outlive the tally, so a year of activities copies no text.
 struct Tally {
     Duration total = 0;
     // Seconds per title, with titles in the order first seen.
-    std::vector<std::pair<std::string, Duration>> titles;
-    std::unordered_map<std::string, size_t> titleIndex;
+    std::vector<std::pair<std::string_view, Duration>> titles;
+    std::unordered_map<std::string_view, size_t> titleIndex;
 
-    void addTitle(const std::string& title, Duration seconds) {
+    void addTitle(std::string_view title, Duration seconds) {
         auto [found, inserted] = titleIndex.try_emplace(title, titles.size());
         if (inserted) {
             titles.emplace_back(title, 0);
@@ -45,22 +49,56 @@ std::string joined(const std::vector<std::string>& parts) {
     return text;
 }
 
-std::string descriptionOf(const std::string& project, TimePoint day, const Tally& tally,
+// The annotations that overlap one day at a time, for days visited in
+// ascending order. Annotations come sorted by start; the latest end up to
+// each index lets the scan stop where no earlier annotation reaches the day.
+class NotesByDay {
+public:
+    NotesByDay(const std::vector<Annotation>& annotations, TimePoint now)
+        : annotations_(annotations), now_(now) {
+        TimePoint latest = -std::numeric_limits<double>::infinity();
+        for (const auto& annotation : annotations) {
+            latest = std::max(latest, annotation.endedAt.value_or(now));
+            latestEndUpTo_.push_back(latest);
+        }
+    }
+
+    // Indices of the annotations overlapping [day, dayEnd), in list order.
+    std::vector<size_t> overlapping(TimePoint day, TimePoint dayEnd) const {
+        auto after = std::lower_bound(
+            annotations_.begin(), annotations_.end(), dayEnd,
+            [](const Annotation& a, TimePoint t) { return a.startedAt < t; });
+        std::vector<size_t> found;
+        for (size_t i = static_cast<size_t>(after - annotations_.begin()); i > 0;) {
+            --i;
+            if (latestEndUpTo_[i] <= day) {
+                break;
+            }
+            if (annotations_[i].endedAt.value_or(now_) > day) {
+                found.push_back(i);
+            }
+        }
+        std::reverse(found.begin(), found.end());
+        return found;
+    }
+
+private:
+    const std::vector<Annotation>& annotations_;
+    TimePoint now_;
+    std::vector<TimePoint> latestEndUpTo_;
+};
+
+std::string descriptionOf(const std::string& project, const Tally& tally,
                           const std::vector<Annotation>& annotations,
-                          const std::vector<const std::string*>& annotationProjects,
-                          TimePoint now) {
-    TimePoint dayEnd = calendar::addDays(day, 1);
+                          const std::vector<size_t>& dayNotes,
+                          const std::vector<const std::string*>& annotationProjects) {
     std::vector<std::string> notes;
     std::set<std::string> seen;
-    for (size_t i = 0; i < annotations.size(); ++i) {
-        const Annotation& note = annotations[i];
-        if (!(note.startedAt < dayEnd && note.endedAt.value_or(now) > day)) {
-            continue;
-        }
+    for (size_t i : dayNotes) {
         if (!annotationProjects[i] || *annotationProjects[i] != project) {
             continue;
         }
-        std::string shown = displayTask(note.text);
+        std::string shown = displayTask(annotations[i].text);
         if (seen.insert(shown).second) {
             notes.push_back(std::move(shown));
         }
@@ -73,7 +111,7 @@ std::string descriptionOf(const std::string& project, TimePoint day, const Tally
                      [](const auto& a, const auto& b) { return a.second > b.second; });
     std::vector<std::string> longest;
     for (size_t i = 0; i < titles.size() && i < 3; ++i) {
-        longest.push_back(titles[i].first);
+        longest.emplace_back(titles[i].first);
     }
     return joined(longest);
 }
@@ -137,19 +175,19 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
                                  const std::vector<Annotation>& annotations,
                                  const std::vector<Project>& projects,
                                  const std::optional<std::string>& project, TimePoint now) {
-    // Keys order by day, then by project name in code-point order.
-    std::map<std::pair<TimePoint, std::string>, Tally> tallies;
+    // Counted by project address; ordered by name only once per line.
+    std::map<std::pair<TimePoint, const std::string*>, Tally> tallies;
     DayCursor days;
     for (const auto& [activity, assigned] : ProjectMatcher::assign(
              activities, projects, annotations, ProjectMatcher::kDefaultCarryOver, now)) {
         if (!assigned || (project && *assigned != *project)) {
             continue;
         }
-        Duration seconds = activity.endTime.value_or(now) - activity.startTime;
-        Tally& tally = tallies[{days.startOfDay(activity.startTime), *assigned}];
+        Duration seconds = activity->endTime.value_or(now) - activity->startTime;
+        Tally& tally = tallies[{days.startOfDay(activity->startTime), assigned}];
         tally.total += seconds;
-        if (activity.title && !activity.title->empty()) {
-            tally.addTitle(*activity.title, seconds);
+        if (activity->title && !activity->title->empty()) {
+            tally.addTitle(*activity->title, seconds);
         }
     }
 
@@ -159,17 +197,29 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
     for (const auto& annotation : annotations) {
         annotationProjects.push_back(search.find(annotation.text));
     }
+    NotesByDay notesByDay(annotations, now);
 
     std::vector<TimesheetLine> result;
+    TimePoint currentDay = std::numeric_limits<double>::quiet_NaN();
+    std::vector<size_t> dayNotes;
     for (const auto& [key, tally] : tallies) {
+        const auto& [day, name] = key;
         double hours = std::round(tally.total / 3600 * 4) * 0.25;
         if (hours <= 0) {
             continue;
         }
-        const auto& [day, name] = key;
-        result.push_back({day, name, hours,
-                          descriptionOf(name, day, tally, annotations, annotationProjects, now)});
+        if (day != currentDay) {
+            currentDay = day;
+            dayNotes = notesByDay.overlapping(day, calendar::addDays(day, 1));
+        }
+        result.push_back({day, *name, hours,
+                          descriptionOf(*name, tally, annotations, dayNotes, annotationProjects)});
     }
+    // Keys order by day, then by project name in code-point order.
+    std::stable_sort(result.begin(), result.end(),
+                     [](const TimesheetLine& a, const TimesheetLine& b) {
+                         return std::tie(a.date, a.project) < std::tie(b.date, b.project);
+                     });
     return result;
 }
 

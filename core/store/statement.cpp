@@ -69,10 +69,12 @@ std::string Statement::text(int column) const {
 }
 
 std::optional<std::string> Statement::optionalText(int column) const {
-    if (sqlite3_column_type(statement_, column) == SQLITE_NULL) {
+    const auto* bytes = sqlite3_column_text(statement_, column);
+    if (!bytes) {
         return std::nullopt;
     }
-    return text(column);
+    return std::string(reinterpret_cast<const char*>(bytes),
+                       static_cast<size_t>(sqlite3_column_bytes(statement_, column)));
 }
 
 std::optional<double> Statement::optionalReal(int column) const {

@@ -73,13 +73,11 @@ int SubstringAutomaton::lowestRankIn(std::string_view text) const {
     if (transitions_.empty()) {
         return kNoMatch;
     }
-    int best = kNoMatch;
-    int state = 0;
+    Scan scan(*this);
     for (char c : text) {
-        state = transitions_[state * classCount_ + byteClass_[static_cast<std::uint8_t>(c)]];
-        best = std::min(best, lowestRank_[state]);
+        scan.feed(static_cast<std::uint8_t>(c));
     }
-    return best;
+    return scan.lowestRank();
 }
 
 }  // namespace kvillo

@@ -26,6 +26,25 @@ public:
     // The lowest rank of a pattern occurring in `text`, or kNoMatch.
     int lowestRankIn(std::string_view text) const;
 
+    // The same, fed one byte at a time, for texts that are produced while
+    // they are searched.
+    class Scan {
+    public:
+        explicit Scan(const SubstringAutomaton& automaton) : automaton_(automaton) {}
+        void feed(std::uint8_t byte) {
+            state_ = automaton_.transitions_[state_ * automaton_.classCount_ +
+                                             automaton_.byteClass_[byte]];
+            int rank = automaton_.lowestRank_[state_];
+            lowest_ = rank < lowest_ ? rank : lowest_;
+        }
+        int lowestRank() const { return lowest_; }
+
+    private:
+        const SubstringAutomaton& automaton_;
+        std::int32_t state_ = 0;
+        int lowest_ = kNoMatch;
+    };
+
 private:
     struct Node {
         std::vector<std::pair<std::uint8_t, int>> children;  // while building

@@ -11,12 +11,13 @@ namespace {
 // Folding and canonical decomposition of a single code point do not depend
 // on its neighbours, so a text can be folded one code point at a time and
 // the common ASCII case needs no ICU call at all.
-void appendFolded(UChar32 c, std::string& out) {
+std::string foldedCodePoint(UChar32 c) {
     icu::UnicodeString text(c);
     text.foldCase(U_FOLD_CASE_DEFAULT);
     UErrorCode status = U_ZERO_ERROR;
     const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
     icu::UnicodeString decomposed = U_SUCCESS(status) ? nfd->normalize(text, status) : text;
+    std::string out;
     for (int32_t i = 0; i < decomposed.length();) {
         UChar32 part = decomposed.char32At(i);
         i += U16_LENGTH(part);
@@ -28,31 +29,38 @@ void appendFolded(UChar32 c, std::string& out) {
         U8_APPEND_UNSAFE(bytes, length, part);
         out.append(bytes, length);
     }
+    return out;
 }
 
 }  // namespace
 
 std::string foldForMatching(std::string_view utf8) {
+    TextFolder folder;
     std::string out;
-    out.reserve(utf8.size());
-    const auto* bytes = reinterpret_cast<const uint8_t*>(utf8.data());
-    int32_t length = static_cast<int32_t>(utf8.size());
-    for (int32_t i = 0; i < length;) {
-        uint8_t byte = bytes[i];
-        if (byte < 0x80) {
-            out += static_cast<char>(byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte);
-            ++i;
-            continue;
-        }
-        UChar32 c;
-        U8_NEXT(bytes, i, length, c);
-        if (c < 0) {
-            out += "\xEF\xBF\xBD";
-            continue;
-        }
-        appendFolded(c, out);
-    }
+    folder.fold(utf8, out);
     return out;
+}
+
+void TextFolder::fold(std::string_view utf8, std::string& out) {
+    out.clear();
+    foldInto(utf8, [&out](unsigned char byte) { out += static_cast<char>(byte); });
+}
+
+const std::string& TextFolder::foldedCharacterAt(std::string_view utf8, size_t& i) {
+    static const std::string kReplacement = "\xEF\xBF\xBD";
+    const auto* bytes = reinterpret_cast<const uint8_t*>(utf8.data());
+    auto index = static_cast<int32_t>(i);
+    UChar32 c;
+    U8_NEXT(bytes, index, static_cast<int32_t>(utf8.size()), c);
+    i = static_cast<size_t>(index);
+    if (c < 0) {
+        return kReplacement;
+    }
+    auto found = folded_.find(static_cast<char32_t>(c));
+    if (found == folded_.end()) {
+        found = folded_.emplace(static_cast<char32_t>(c), foldedCodePoint(c)).first;
+    }
+    return found->second;
 }
 
 }  // namespace kvillo

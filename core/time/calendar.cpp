@@ -149,7 +149,15 @@ TimeRange rangeOf(Unit unit, TimePoint t) {
     return {start, add(unit, start, 1)};
 }
 
-TimeRange dayRange(TimePoint t) { return rangeOf(Unit::day, t); }
+TimeRange dayRange(TimePoint t) {
+    // One calendar for both ends: building one costs more than the arithmetic.
+    auto calendar = calendarAt(t);
+    clearTimeOfDay(*calendar);
+    TimePoint start = timeOf(*calendar);
+    UErrorCode status = U_ZERO_ERROR;
+    calendar->add(UCAL_DATE, 1, status);
+    return {start, timeOf(*calendar)};
+}
 
 int isoWeek(TimePoint t) {
     UErrorCode status = U_ZERO_ERROR;
