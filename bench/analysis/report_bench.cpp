@@ -208,5 +208,18 @@ void YearTimesheetLines(benchmark::State& state) {
 }
 BENCHMARK(YearTimesheetLines)->Unit(benchmark::kMillisecond);
 
+void YearTimesheetAnalysisOnly(benchmark::State& state) {
+    Database& db = year().database();
+    auto annotations = db.fetchAnnotations(year().start(), year().end());
+    auto projects = db.fetchProjects();
+    auto activities = db.fetchActivities(year().start(), year().end());
+    state.counters["activities"] = static_cast<double>(activities.size());
+    for (auto _ : state) {
+        auto lines = Timesheet::lines(activities, annotations, projects, std::nullopt, year().end());
+        benchmark::DoNotOptimize(lines);
+    }
+}
+BENCHMARK(YearTimesheetAnalysisOnly)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 }  // namespace kvillo

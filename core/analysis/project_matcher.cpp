@@ -1,7 +1,6 @@
 #include "core/analysis/project_matcher.h"
 
 #include <algorithm>
-#include <cctype>
 #include <limits>
 
 #include "core/analysis/project_search.h"
@@ -11,9 +10,8 @@ namespace kvillo::ProjectMatcher {
 namespace {
 
 bool isDeveloperApp(std::string_view appName) {
-    auto sameLetter = [](char a, char b) {
-        return std::tolower(static_cast<unsigned char>(a)) == static_cast<unsigned char>(b);
-    };
+    // The words are ASCII, so ASCII lower-casing of the name is enough.
+    auto sameLetter = [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a + 32 : a) == b; };
     return std::any_of(developerApps().begin(), developerApps().end(), [&](std::string_view word) {
         return std::search(appName.begin(), appName.end(), word.begin(), word.end(), sameLetter) !=
                appName.end();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <map>
@@ -21,20 +22,40 @@ namespace {
 constexpr std::string_view kTaskPrefix = "Claude Code: ";
 constexpr std::string_view kDisplayPrefix = "Claude Code \u00b7 ";
 
-// One day-and-project key's time. Titles are views into the activities,
-// which outlive the tally, so a year of activities copies no text.
+// Each distinct window title of a call gets a small number, so that the
+// per-key tallies compare numbers instead of texts. Titles are views into
+// the activities, which outlive the call.
+class TitleIds {
+public:
+    std::uint32_t idOf(std::string_view title) {
+        auto [found, inserted] = ids_.try_emplace(title, static_cast<std::uint32_t>(titles_.size()));
+        if (inserted) {
+            titles_.push_back(title);
+        }
+        return found->second;
+    }
+    std::string_view title(std::uint32_t id) const { return titles_[id]; }
+
+private:
+    std::unordered_map<std::string_view, std::uint32_t> ids_;
+    std::vector<std::string_view> titles_;
+};
+
+// One day-and-project key's time.
 struct Tally {
     Duration total = 0;
-    // Seconds per title, with titles in the order first seen.
-    std::vector<std::pair<std::string_view, Duration>> titles;
-    std::unordered_map<std::string_view, size_t> titleIndex;
+    // Seconds per title id, in the order first seen. A key holds one day's
+    // titles of one project: few enough for a linear search.
+    std::vector<std::pair<std::uint32_t, Duration>> titles;
 
-    void addTitle(std::string_view title, Duration seconds) {
-        auto [found, inserted] = titleIndex.try_emplace(title, titles.size());
-        if (inserted) {
-            titles.emplace_back(title, 0);
+    void addTitle(std::uint32_t id, Duration seconds) {
+        auto found = std::find_if(titles.begin(), titles.end(),
+                                  [id](const auto& entry) { return entry.first == id; });
+        if (found == titles.end()) {
+            titles.emplace_back(id, seconds);
+        } else {
+            found->second += seconds;
         }
-        titles[found->second].second += seconds;
     }
 };
 
@@ -88,7 +109,7 @@ private:
     std::vector<TimePoint> latestEndUpTo_;
 };
 
-std::string descriptionOf(const std::string& project, const Tally& tally,
+std::string descriptionOf(const std::string& project, const Tally& tally, const TitleIds& titleIds,
                           const std::vector<Annotation>& annotations,
                           const std::vector<size_t>& dayNotes,
                           const std::vector<const std::string*>& annotationProjects) {
@@ -111,7 +132,7 @@ std::string descriptionOf(const std::string& project, const Tally& tally,
                      [](const auto& a, const auto& b) { return a.second > b.second; });
     std::vector<std::string> longest;
     for (size_t i = 0; i < titles.size() && i < 3; ++i) {
-        longest.emplace_back(titles[i].first);
+        longest.emplace_back(titleIds.title(titles[i].first));
     }
     return joined(longest);
 }
@@ -176,18 +197,26 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
                                  const std::vector<Project>& projects,
                                  const std::optional<std::string>& project, TimePoint now) {
     // Counted by project address; ordered by name only once per line.
-    std::map<std::pair<TimePoint, const std::string*>, Tally> tallies;
+    using Key = std::pair<TimePoint, const std::string*>;
+    std::map<Key, Tally> tallies;
+    TitleIds titleIds;
     DayCursor days;
+    // Consecutive activities mostly share their key.
+    std::optional<std::pair<Key, Tally*>> last;
     for (const auto& [activity, assigned] : ProjectMatcher::assign(
              activities, projects, annotations, ProjectMatcher::kDefaultCarryOver, now)) {
         if (!assigned || (project && *assigned != *project)) {
             continue;
         }
         Duration seconds = activity->endTime.value_or(now) - activity->startTime;
-        Tally& tally = tallies[{days.startOfDay(activity->startTime), assigned}];
+        Key key{days.startOfDay(activity->startTime), assigned};
+        if (!last || last->first != key) {
+            last.emplace(key, &tallies[key]);
+        }
+        Tally& tally = *last->second;
         tally.total += seconds;
         if (activity->title && !activity->title->empty()) {
-            tally.addTitle(*activity->title, seconds);
+            tally.addTitle(titleIds.idOf(*activity->title), seconds);
         }
     }
 
@@ -213,7 +242,8 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
             dayNotes = notesByDay.overlapping(day, calendar::addDays(day, 1));
         }
         result.push_back({day, *name, hours,
-                          descriptionOf(*name, tally, annotations, dayNotes, annotationProjects)});
+                          descriptionOf(*name, tally, titleIds, annotations, dayNotes,
+                                        annotationProjects)});
     }
     // Keys order by day, then by project name in code-point order.
     std::stable_sort(result.begin(), result.end(),

@@ -70,9 +70,6 @@ void SubstringAutomaton::finish() {
 }
 
 int SubstringAutomaton::lowestRankIn(std::string_view text) const {
-    if (transitions_.empty()) {
-        return kNoMatch;
-    }
     Scan scan(*this);
     for (char c : text) {
         scan.feed(static_cast<std::uint8_t>(c));

@@ -28,19 +28,32 @@ public:
 
     // The same, fed one byte at a time, for texts that are produced while
     // they are searched.
+    // Holds plain pointers into the tables so that the per-byte step stays
+    // in registers. Must not outlive the automaton.
     class Scan {
     public:
-        explicit Scan(const SubstringAutomaton& automaton) : automaton_(automaton) {}
+        explicit Scan(const SubstringAutomaton& automaton)
+            : transitions_(automaton.transitions_.data()),
+              byteClass_(automaton.byteClass_.data()),
+              lowestRank_(automaton.lowestRank_.data()),
+              classCount_(automaton.classCount_),
+              finished_(!automaton.transitions_.empty()) {}
         void feed(std::uint8_t byte) {
-            state_ = automaton_.transitions_[state_ * automaton_.classCount_ +
-                                             automaton_.byteClass_[byte]];
-            int rank = automaton_.lowestRank_[state_];
+            if (!finished_) {
+                return;
+            }
+            state_ = transitions_[state_ * classCount_ + byteClass_[byte]];
+            int rank = lowestRank_[state_];
             lowest_ = rank < lowest_ ? rank : lowest_;
         }
         int lowestRank() const { return lowest_; }
 
     private:
-        const SubstringAutomaton& automaton_;
+        const std::int32_t* transitions_;
+        const std::uint8_t* byteClass_;
+        const int* lowestRank_;
+        std::int32_t classCount_;
+        bool finished_;
         std::int32_t state_ = 0;
         int lowest_ = kNoMatch;
     };

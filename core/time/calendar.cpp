@@ -6,6 +6,7 @@
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 
+#include <atomic>
 #include <cassert>
 #include <map>
 #include <memory>
@@ -18,14 +19,27 @@ namespace {
 
 constexpr double kMillisPerSecond = 1000.0;
 
-// ISO-8601 rules on the Gregorian calendar, whatever the process locale says.
+// Bumped whenever the default zone changes, so that cached calendars are
+// rebuilt in the new zone.
+std::atomic<unsigned> zoneGeneration{0};
+
+// ISO-8601 rules on the Gregorian calendar, whatever the process locale
+// says. Building a calendar looks up locale data and costs far more than
+// copying one, so each thread keeps one to copy.
 std::unique_ptr<icu::Calendar> isoCalendar() {
-    UErrorCode status = U_ZERO_ERROR;
-    auto calendar = std::make_unique<icu::GregorianCalendar>(status);
-    assert(U_SUCCESS(status));
-    calendar->setFirstDayOfWeek(UCAL_MONDAY);
-    calendar->setMinimalDaysInFirstWeek(4);
-    return calendar;
+    thread_local std::unique_ptr<icu::Calendar> prototype;
+    thread_local unsigned prototypeGeneration = 0;
+    unsigned generation = zoneGeneration.load();
+    if (!prototype || prototypeGeneration != generation) {
+        UErrorCode status = U_ZERO_ERROR;
+        auto calendar = std::make_unique<icu::GregorianCalendar>(status);
+        assert(U_SUCCESS(status));
+        calendar->setFirstDayOfWeek(UCAL_MONDAY);
+        calendar->setMinimalDaysInFirstWeek(4);
+        prototype = std::move(calendar);
+        prototypeGeneration = generation;
+    }
+    return std::unique_ptr<icu::Calendar>(prototype->clone());
 }
 
 std::unique_ptr<icu::Calendar> calendarAt(TimePoint t) {
@@ -194,6 +208,7 @@ std::string formatSkeleton(TimePoint t, std::string_view skeleton, std::string_v
 
 void reloadTimeZoneFromEnvironment() {
     icu::TimeZone::adoptDefault(icu::TimeZone::detectHostTimeZone());
+    ++zoneGeneration;
 }
 
 }  // namespace kvillo::calendar
