@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -34,7 +36,9 @@ std::optional<std::string> storedName(const std::vector<Project>& projects,
     }
     for (const auto& project : projects) {
         if (std::equal(project.name.begin(), project.name.end(), wanted.begin(), wanted.end(),
-                       [](char a, char b) { return std::tolower(a) == std::tolower(b); })) {
+                       [](unsigned char a, unsigned char b) {
+                           return std::tolower(a) == std::tolower(b);
+                       })) {
             return project.name;
         }
     }

@@ -2,6 +2,7 @@
 
 #include <QSocketNotifier>
 
+#include <cerrno>
 #include <csignal>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,16 +15,21 @@ int writeEnd = -1;
 int readEnd = -1;
 
 void onSignal(int signalNumber) {
+    // The interrupted code may be about to read errno.
+    int savedErrno = errno;
     const unsigned char byte = static_cast<unsigned char>(signalNumber);
     [[maybe_unused]] ssize_t written = ::write(writeEnd, &byte, 1);
+    errno = savedErrno;
 }
 
 }  // namespace
 
 UnixSignalWatcher::UnixSignalWatcher(std::initializer_list<int> signalNumbers, QObject* parent)
-    : QObject(parent) {
+    : QObject(parent), signalNumbers_(signalNumbers) {
     int fds[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) {
+        // Without the pipe the default disposition stays: the signal still
+        // ends the process, only without the orderly shutdown.
         return;
     }
     writeEnd = fds[0];
@@ -41,9 +47,16 @@ UnixSignalWatcher::UnixSignalWatcher(std::initializer_list<int> signalNumbers, Q
 }
 
 UnixSignalWatcher::~UnixSignalWatcher() {
-    if (notifier_) {
-        notifier_->setEnabled(false);
+    if (!notifier_) {
+        return;
     }
+    for (int signalNumber : signalNumbers_) {
+        ::signal(signalNumber, SIG_DFL);
+    }
+    notifier_->setEnabled(false);
+    ::close(writeEnd);
+    ::close(readEnd);
+    writeEnd = readEnd = -1;
 }
 
 void UnixSignalWatcher::readPipe() {

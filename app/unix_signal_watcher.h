@@ -3,6 +3,7 @@
 #include <QObject>
 
 #include <initializer_list>
+#include <vector>
 
 class QSocketNotifier;
 
@@ -24,6 +25,7 @@ signals:
 private:
     void readPipe();
 
+    std::vector<int> signalNumbers_;
     QSocketNotifier* notifier_ = nullptr;
 };
 

@@ -42,10 +42,15 @@ const nlohmann::json& SettingsStore::current() const {
     stamp_ = stamp;
     cached_ = nlohmann::json::object();
     corrupt_ = false;
+    unreadable_ = false;
     if (!stamp.exists) {
         return cached_;
     }
     std::ifstream file(path_, std::ios::binary);
+    if (!file) {
+        unreadable_ = true;
+        return cached_;
+    }
     std::stringstream contents;
     contents << file.rdbuf();
     auto parsed = nlohmann::json::parse(contents.str(), nullptr, false);
@@ -85,6 +90,11 @@ bool SettingsStore::remove(const std::string& key) {
 }
 
 bool SettingsStore::replace(const nlohmann::json& object) {
+    // A file that exists but cannot be read may hold good settings; writing
+    // would replace them with only the one key.
+    if (unreadable_) {
+        return false;
+    }
     std::filesystem::path target(path_);
     std::error_code error;
     std::filesystem::create_directories(target.parent_path(), error);

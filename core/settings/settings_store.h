@@ -16,7 +16,8 @@ namespace kvillo {
 // temporary file in the same folder, then rename), so a crash never leaves a
 // half-written file. A file that is not a JSON object reads as empty and is
 // moved aside to "<path>.corrupt" before the next write, so nothing the user
-// had is silently lost.
+// had is silently lost. A file that exists but cannot be read also reads as
+// empty, and is never written over.
 //
 // Threads: every member may be called from any thread.
 class SettingsStore {
@@ -49,6 +50,7 @@ private:
     mutable FileStamp stamp_;
     mutable nlohmann::json cached_ = nlohmann::json::object();
     mutable bool corrupt_ = false;
+    mutable bool unreadable_ = false;
     mutable bool loaded_ = false;
 };
 

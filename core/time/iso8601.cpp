@@ -96,7 +96,12 @@ std::optional<TimePoint> parse(std::string_view text) {
     parts.tm_hour = hour;
     parts.tm_min = minute;
     parts.tm_sec = second;
-    return static_cast<TimePoint>(timegm(&parts)) + fraction - offsetSeconds;
+    std::time_t seconds = timegm(&parts);
+    // timegm moves 31 February on to March; such a date is no date.
+    if (parts.tm_mday != day || parts.tm_mon != month - 1) {
+        return std::nullopt;
+    }
+    return static_cast<TimePoint>(seconds) + fraction - offsetSeconds;
 }
 
 }  // namespace kvillo::iso8601

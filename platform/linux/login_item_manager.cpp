@@ -3,7 +3,10 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
 
 #include "platform/linux/desktop_entry.h"
 
@@ -30,23 +33,28 @@ void LoginItemManager::setEnabled(bool enabled) {
     }
     std::filesystem::create_directories(std::filesystem::path(autostartFile_).parent_path(),
                                         error);
-    std::string temporary = autostartFile_ + ".new";
-    {
-        std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-        file << "[Desktop Entry]\n"
-                "Type=Application\n"
-                "Name=Kvillo\n"
-                "Comment=Personal time and activity logger\n"
-             << "Exec=" << desktopExecArgument(executable_) << "\n"
-             << "Icon=kvillo\n"
-                "Terminal=false\n"
-                "X-GNOME-Autostart-enabled=true\n";
-        file.close();
-        if (!file) {
-            std::filesystem::remove(temporary, error);
-            throw LoginItemError("Could not write " + autostartFile_ + ": " +
-                                 std::strerror(errno));
-        }
+    std::string entry = "[Desktop Entry]\n"
+                        "Type=Application\n"
+                        "Name=Kvillo\n"
+                        "Comment=Personal time and activity logger\n"
+                        "Exec=" + desktopExecArgument(executable_) + "\n"
+                        "Icon=kvillo\n"
+                        "Terminal=false\n"
+                        "X-GNOME-Autostart-enabled=true\n";
+    // A unique temporary name: two instances switching at once must not
+    // write into each other's file.
+    std::string temporary = autostartFile_ + ".XXXXXX";
+    int fd = ::mkstemp(temporary.data());
+    if (fd < 0) {
+        throw LoginItemError("Could not write " + autostartFile_ + ": " + std::strerror(errno));
+    }
+    bool written = ::write(fd, entry.data(), entry.size()) == static_cast<ssize_t>(entry.size());
+    int writeErrno = errno;
+    ::fchmod(fd, 0644);
+    if (::close(fd) != 0 || !written) {
+        std::filesystem::remove(temporary, error);
+        throw LoginItemError("Could not write " + autostartFile_ + ": " +
+                             std::strerror(written ? EIO : writeErrno));
     }
     std::filesystem::rename(temporary, autostartFile_, error);
     if (error) {

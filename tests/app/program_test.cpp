@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <regex>
 
-#include "core/store/database.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
 
@@ -25,15 +24,34 @@ std::map<std::string, std::string> homeIn(const TempFolder& home) {
             {"WAYLAND_DISPLAY", ""}};
 }
 
-// What `.schema` prints for a database made from the schema text: SQLite
-// drops "IF NOT EXISTS" and lists the table it keeps for AUTOINCREMENT.
-std::string expectedSchemaDump() {
-    std::string schema = std::regex_replace(Database::kSchema, std::regex("IF NOT EXISTS "), "");
-    schema = std::regex_replace(schema, std::regex("\n\n"), "\n");
-    std::string first = "\n);\n";
-    schema.insert(schema.find(first) + first.size(), "CREATE TABLE sqlite_sequence(name,seq);\n");
-    return schema + "\n";
-}
+// What `.schema` prints for the store: SQLite keeps each statement's text
+// without "IF NOT EXISTS" and adds the table it keeps for AUTOINCREMENT.
+constexpr const char* kSchemaDump =
+    "CREATE TABLE activities (\n"
+    "    id         INTEGER PRIMARY KEY AUTOINCREMENT,\n"
+    "    app_name   TEXT    NOT NULL,\n"
+    "    bundle_id  TEXT,\n"
+    "    title      TEXT,\n"
+    "    start_time REAL    NOT NULL,\n"
+    "    end_time   REAL,\n"
+    "    created_at REAL    NOT NULL DEFAULT (strftime('%s','now'))\n"
+    ");\n"
+    "CREATE TABLE sqlite_sequence(name,seq);\n"
+    "CREATE INDEX idx_activities_start ON activities(start_time);\n"
+    "CREATE INDEX idx_activities_app   ON activities(app_name);\n"
+    "CREATE TABLE annotations (\n"
+    "    id         INTEGER PRIMARY KEY AUTOINCREMENT,\n"
+    "    text       TEXT    NOT NULL,\n"
+    "    started_at REAL    NOT NULL,\n"
+    "    ended_at   REAL,\n"
+    "    created_at REAL    NOT NULL DEFAULT (strftime('%s','now'))\n"
+    ");\n"
+    "CREATE INDEX idx_annotations_started ON annotations(started_at);\n"
+    "CREATE TABLE projects (\n"
+    "    id       INTEGER PRIMARY KEY AUTOINCREMENT,\n"
+    "    name     TEXT    NOT NULL UNIQUE COLLATE NOCASE,\n"
+    "    keywords TEXT    NOT NULL DEFAULT ''\n"
+    ");\n";
 
 TEST(Program, HelpAndVersionNeedNoDisplay) {
     auto help = runProcess({KVILLO_BINARY, "--help"}, {{"DISPLAY", ""}});
@@ -70,7 +88,19 @@ TEST(Program, HeadlessStartCreatesTheStoreAndSigtermEndsItCleanly) {
     }
     auto dump = runProcess({"sqlite3", database, ".schema"});
     ASSERT_EQ(dump.status, 0) << dump.error;
-    EXPECT_EQ(dump.output, expectedSchemaDump());
+    EXPECT_EQ(dump.output, kSchemaDump);
+}
+
+TEST(Program, TheTrayProgramAlsoEndsCleanlyOnSigterm) {
+    TempFolder home;
+    auto environment = homeIn(home);
+    environment["QT_QPA_PLATFORM"] = "offscreen";
+    ChildProcess kvillo({KVILLO_BINARY}, environment);
+    ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); },
+                           10s))
+        << kvillo.standardError();
+    kvillo.signal(SIGTERM);
+    EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
 }
 
 TEST(Program, WithoutADisplayTheTrayProgramAsksForHeadless) {

@@ -128,7 +128,8 @@ TEST(Iso8601, ParsesZonesAndFractionsAndRejectsTheRest) {
     EXPECT_EQ(iso8601::parse("2026-11-23T11:00:00+01:00"), 1795428000.0);
     EXPECT_EQ(iso8601::parse("2026-11-23T10:00:00.25Z"), 1795428000.25);
     for (const char* bad : {"", "2026-11-23", "2026-11-23T10:00:00", "2026-13-01T00:00:00Z",
-                            "2026-11-23T10:00:00Zjunk", "2026-11-23T10:00:00."}) {
+                            "2026-11-23T10:00:00Zjunk", "2026-11-23T10:00:00.",
+                            "2026-02-31T10:00:00Z"}) {
         SCOPED_TRACE(bad);
         EXPECT_FALSE(iso8601::parse(bad));
     }

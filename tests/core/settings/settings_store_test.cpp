@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <filesystem>
 #include <thread>
 
@@ -46,12 +49,41 @@ TEST(SettingsStore, WritesReplaceTheFileWholeAndLeaveNoTemporaries) {
     EXPECT_EQ(entries, 1);
 }
 
-TEST(SettingsStore, UnwritableLocationFailsWithoutLosingTheOldFile) {
+TEST(SettingsStore, UnwritableLocationFailsWithoutAFile) {
     TempFolder folder;
     testing::writeFile(folder.file("blocker"), "a file where a folder should be");
     SettingsStore blocked(folder.file("blocker/settings.json"));
     EXPECT_FALSE(blocked.set("a", 1));
     EXPECT_FALSE(blocked.value("a"));
+}
+
+TEST(SettingsStore, AWriteThatFailsHalfwayLeavesTheOldFileWhole) {
+    TempFolder folder;
+    std::string file = folder.file("settings.json");
+    SettingsStore store(file);
+    ASSERT_TRUE(store.set("language", "nb"));
+    std::string before = testing::readFile(file);
+
+    // A file size limit makes the write fail part-way, as a full disk would
+    // (and, unlike permissions, it binds root too).
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit old{};
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    rlimit tiny = old;
+    tiny.rlim_cur = 16;
+    ::setrlimit(RLIMIT_FSIZE, &tiny);
+    bool written = store.set("timesheetName", std::string(4096, 'x'));
+    ::setrlimit(RLIMIT_FSIZE, &old);
+
+    EXPECT_FALSE(written);
+    EXPECT_EQ(testing::readFile(file), before);
+    EXPECT_EQ(store.value("language"), "nb");
+    EXPECT_FALSE(store.value("timesheetName"));
+    int entries = 0;
+    for ([[maybe_unused]] auto& entry : std::filesystem::directory_iterator(folder.path())) {
+        ++entries;
+    }
+    EXPECT_EQ(entries, 1);
 }
 
 TEST(SettingsStore, TwoThreadsWritingDifferentKeysLoseNothing) {

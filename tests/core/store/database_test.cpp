@@ -137,6 +137,39 @@ TEST_F(DatabaseTest, DayQueriesFollowTheCalendarAcrossClockChanges) {
     EXPECT_EQ(db_.fetchActivitiesOn(localTime(2026, 10, 25, 1), 10).size(), 1u);
 }
 
+TEST_F(DatabaseTest, RangeQueriesAreOldestFirstAndSkipLoginWindow) {
+    db_.insert(activity("Late", 3000, 3100));
+    db_.insert(activity("loginwindow", 2000, 2500));
+    db_.insert(activity("Early", 1000, 1100));
+    db_.insert(activity("Outside", 4000, 4100));
+    auto activities = db_.fetchActivities(1000, 4000);
+    ASSERT_EQ(activities.size(), 2u);
+    EXPECT_EQ(activities[0].appName, "Early");
+    EXPECT_EQ(activities[1].appName, "Late");
+    EXPECT_FALSE(db_.currentAnnotation());
+}
+
+TEST_F(DatabaseTest, DayUsageAndNotesFollowTheCalendarAcrossClockChanges) {
+    // 25 October 2026 lasts 25 hours in Oslo.
+    double day = localTime(2026, 10, 25, 12);
+    db_.insert(Activity{.appName = "Code", .startTime = localTime(2026, 10, 25, 23, 30),
+                        .endTime = localTime(2026, 10, 25, 23, 40)});
+    db_.insert(Activity{.appName = "Code", .startTime = localTime(2026, 10, 26, 0, 10),
+                        .endTime = localTime(2026, 10, 26, 0, 20)});
+    auto usage = db_.appUsageOn(day);
+    ASSERT_EQ(usage.size(), 1u);
+    EXPECT_EQ(usage[0].totalDuration, 600);
+    EXPECT_EQ(usage[0].sessionCount, 1);
+
+    db_.insertAnnotation(Annotation{.text = "Sent", .startedAt = localTime(2026, 10, 25, 23, 50),
+                                    .endedAt = localTime(2026, 10, 26, 0, 5)});
+    db_.insertAnnotation(Annotation{.text = "Neste dag", .startedAt = localTime(2026, 10, 26, 0, 5),
+                                    .endedAt = localTime(2026, 10, 26, 1)});
+    auto notes = db_.fetchAnnotationsOn(day, 10);
+    ASSERT_EQ(notes.size(), 1u);
+    EXPECT_EQ(notes[0].text, "Sent");
+}
+
 TEST_F(DatabaseTest, SearchIsCaseInsensitiveLimitedAndSkipsLoginWindow) {
     for (int i = 0; i < 4; ++i) {
         db_.insert(activity("Mail", 1000 + i, 1001 + i));

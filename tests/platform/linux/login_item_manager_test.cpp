@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iterator>
 
 #include "platform/linux/desktop_entry.h"
 #include "platform/linux/login_item_manager.h"
@@ -23,7 +24,10 @@ TEST(LoginItemManager, EnablingWritesAnAutostartEntryAndDisablingRemovesIt) {
     ASSERT_TRUE(entry);
     EXPECT_EQ(entry->value("Type"), "Application");
     EXPECT_EQ(entry->value("Exec"), "\"/opt/Kvillo Apps/kvillo\"");
-    EXPECT_FALSE(std::filesystem::exists(file + ".new"));
+    auto entries = std::distance(
+        std::filesystem::directory_iterator(folder.file("config/autostart")),
+        std::filesystem::directory_iterator());
+    EXPECT_EQ(entries, 1);  // no temporary file left behind
 
     auto written = std::filesystem::last_write_time(file);
     manager.setEnabled(true);  // already enabled: the file is left alone
