@@ -1,12 +1,14 @@
 #include "app/timesheet_command.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <unicode/unistr.h>
 
-#include <algorithm>
-#include <cctype>
-#include <cstdio>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include "core/analysis/timesheet.h"
 #include "core/localisation/l10n.h"
@@ -34,38 +36,56 @@ std::optional<std::string> storedName(const std::vector<Project>& projects,
             return project.name;
         }
     }
+    auto folded = [](const std::string& text) {
+        return icu::UnicodeString::fromUTF8(text).foldCase();
+    };
     for (const auto& project : projects) {
-        if (std::equal(project.name.begin(), project.name.end(), wanted.begin(), wanted.end(),
-                       [](unsigned char a, unsigned char b) {
-                           return std::tolower(a) == std::tolower(b);
-                       })) {
+        if (folded(project.name) == folded(wanted)) {
             return project.name;
         }
     }
     return std::nullopt;
 }
 
-// Writes beside the target and renames, so a failure leaves any old file.
-bool writeWhole(const std::string& path, const std::string& bytes, std::string& reason) {
-    std::string temporary = path + ".kvillo-tmp";
-    {
-        std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-        if (!file) {
-            reason = "cannot create " + temporary;
+bool writeAll(int fd, const std::string& bytes) {
+    for (size_t written = 0; written < bytes.size();) {
+        ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
+        if (n < 0) {
             return false;
         }
-        file << bytes;
-        file.close();
-        if (!file) {
-            std::remove(temporary.c_str());
-            reason = "cannot write " + temporary;
-            return false;
-        }
+        written += static_cast<size_t>(n);
     }
+    return true;
+}
+
+// A regular file is replaced whole (written beside it, then renamed), so a
+// failure leaves the old one; anything else (a pipe, /dev/stdout) is
+// written to directly.
+bool writeWhole(const std::string& path, const std::string& bytes, std::string& reason) {
     std::error_code error;
+    auto status = std::filesystem::status(path, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        bool ok = fd >= 0 && writeAll(fd, bytes);
+        reason = std::strerror(errno);
+        return (fd < 0 || ::close(fd) == 0) && ok;
+    }
+    std::string temporary = path + ".XXXXXX";
+    int fd = ::mkstemp(temporary.data());
+    if (fd < 0) {
+        reason = std::strerror(errno);
+        return false;
+    }
+    ::fchmod(fd, 0644);
+    bool ok = writeAll(fd, bytes);
+    reason = std::strerror(errno);
+    if (::close(fd) != 0 || !ok) {
+        ::unlink(temporary.c_str());
+        return false;
+    }
     std::filesystem::rename(temporary, path, error);
     if (error) {
-        std::remove(temporary.c_str());
+        ::unlink(temporary.c_str());
         reason = error.message();
         return false;
     }

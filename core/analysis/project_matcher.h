@@ -52,5 +52,13 @@ std::vector<ProjectAssignment> assign(const std::vector<Activity>& activities,
                                       const std::vector<Annotation>& annotations,
                                       Duration carryOver, TimePoint now);
 
+// The result points into the lists; temporaries would leave it dangling.
+std::vector<ProjectAssignment> assign(std::vector<Activity>&&, const std::vector<Project>&,
+                                      const std::vector<Annotation>&, Duration,
+                                      TimePoint) = delete;
+std::vector<ProjectAssignment> assign(const std::vector<Activity>&, std::vector<Project>&&,
+                                      const std::vector<Annotation>&, Duration,
+                                      TimePoint) = delete;
+
 }  // namespace ProjectMatcher
 }  // namespace kvillo

@@ -21,6 +21,7 @@ namespace kvillo {
 class ProjectSearch {
 public:
     explicit ProjectSearch(const std::vector<Project>& projects);
+    explicit ProjectSearch(std::vector<Project>&&) = delete;  // names would dangle
 
     // The winning project's name (inside the projects given), or nullptr.
     const std::string* find(std::string_view text);

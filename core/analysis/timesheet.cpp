@@ -1,9 +1,9 @@
 #include "core/analysis/timesheet.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
 #include <map>
 #include <tuple>
@@ -139,9 +139,11 @@ std::string descriptionOf(const std::string& project, const Tally& tally, const 
 
 // Two decimals, with a decimal comma except in English.
 std::string number(double value, Language language) {
+    // to_chars ignores the C locale, which a GUI toolkit may have set to one
+    // with a decimal comma.
     char text[64];
-    std::snprintf(text, sizeof text, "%.2f", value);
-    std::string result = text;
+    auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 2).ptr;
+    std::string result(text, end);
     if (language != Language::en) {
         std::replace(result.begin(), result.end(), '.', ',');
     }

@@ -179,16 +179,20 @@ int isoWeek(TimePoint t) {
 }
 
 std::optional<TimePoint> startOfDate(Date date) {
-    auto calendar = isoCalendar();
-    calendar->setLenient(false);
-    calendar->clear();
-    calendar->set(date.year, date.month - 1, date.day);
-    UErrorCode status = U_ZERO_ERROR;
-    UDate millis = calendar->getTime(status);
-    if (U_FAILURE(status)) {
+    if (date.month < 1 || date.month > 12 || date.day < 1) {
         return std::nullopt;
     }
-    return millis / kMillisPerSecond;
+    auto calendar = isoCalendar();
+    calendar->clear();
+    calendar->set(date.year, date.month - 1, 1);
+    UErrorCode status = U_ZERO_ERROR;
+    if (date.day > calendar->getActualMaximum(UCAL_DATE, status)) {
+        return std::nullopt;
+    }
+    // Leniently, so that a day whose midnight a clock change skips starts
+    // at its first real instant.
+    calendar->set(UCAL_DATE, date.day);
+    return timeOf(*calendar);
 }
 
 Date dateOf(TimePoint t) {
@@ -199,7 +203,7 @@ Date dateOf(TimePoint t) {
 }
 
 std::string format(TimePoint t, std::string_view pattern) {
-    return formatWith(t, unicode(pattern), icu::Locale::getRoot());
+    return formatWith(t, unicode(pattern), icu::Locale("en_US_POSIX"));
 }
 
 std::string formatSkeleton(TimePoint t, std::string_view skeleton, std::string_view locale) {

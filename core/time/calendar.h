@@ -49,7 +49,8 @@ struct Date {
 std::optional<TimePoint> startOfDate(Date date);
 Date dateOf(TimePoint t);
 
-// Fixed, locale-independent patterns in ICU syntax ("yyyy-MM-dd", "HH:mm").
+// Fixed patterns in ICU syntax ("yyyy-MM-dd", "EEE HH:mm"), with English
+// names in the POSIX locale, whatever the user's language.
 std::string format(TimePoint t, std::string_view pattern);
 
 // A locale's own arrangement of the fields named by an ICU skeleton

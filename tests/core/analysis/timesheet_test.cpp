@@ -90,6 +90,22 @@ TEST(TimesheetLines, WorkCountsToTheDayItStartedOnByDayThenProject) {
     EXPECT_TRUE(Timesheet::lines({}, {}, kProjects, std::nullopt, kNow).empty());
 }
 
+TEST(TimesheetLines, ProjectsOrderByCodePointsNotByTheStoresOrder) {
+    // The store lists names without regard to case; a timesheet by code point.
+    std::vector<Project> projects{{.name = "alpha"}, {.name = "Beta"}, {.name = "Zeta"},
+                                  {.name = "Øko"}};
+    double nine = localTime(2026, 11, 4, 9);
+    std::vector<Activity> activities{act(nine, nine + 3600, "Øko"), act(nine + 3600, nine + 7200, "alpha"),
+                                     act(nine + 7200, nine + 10800, "Zeta"),
+                                     act(nine + 10800, nine + 14400, "Beta")};
+    auto lines = Timesheet::lines(activities, {}, projects, std::nullopt, kNow);
+    std::vector<std::string> order;
+    for (const auto& line : lines) {
+        order.push_back(line.project);
+    }
+    EXPECT_EQ(order, (std::vector<std::string>{"Beta", "Zeta", "alpha", "Øko"}));
+}
+
 TEST(TimesheetLines, NotesForTheProjectDescribeTheDayElseTheLongestTitles) {
     double day = localTime(2026, 11, 4);
     double at9 = day + 9 * 3600;

@@ -72,6 +72,13 @@ TEST(Calendar, DatesExistOnlyInTheCalendar) {
     EXPECT_FALSE(calendar::startOfDate({2026, 2, 29}));
     EXPECT_FALSE(calendar::startOfDate({2026, 13, 1}));
     EXPECT_FALSE(calendar::startOfDate({2026, 4, 31}));
+    {
+        // Chile's clocks skip from midnight to one o'clock on 8 September 2024.
+        testing::ScopedTimeZone santiago("America/Santiago");
+        auto skipped = calendar::startOfDate({2024, 9, 8});
+        ASSERT_TRUE(skipped);
+        EXPECT_EQ(*skipped, localTime(2024, 9, 8, 1));
+    }
     auto date = calendar::dateOf(localTime(2026, 11, 23, 23, 59));
     EXPECT_EQ(date.year * 10000 + date.month * 100 + date.day, 20261123);
 }

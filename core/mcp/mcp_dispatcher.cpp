@@ -1,0 +1,205 @@
+#include "core/mcp/mcp_dispatcher.h"
+
+#include <algorithm>
+
+#include "core/mcp/mcp_catalogue.h"
+#include "core/mcp/mcp_server_error.h"
+
+namespace kvillo {
+namespace {
+
+constexpr const char* kInstructions =
+    "Kvillo logs which apps the user has open. Annotations add what they were actually doing. "
+    "When the user starts on a clear task or switches to a new one during the conversation, "
+    "call `annotate` with a short description (use `duration` if it started earlier). Call "
+    "`annotate` with empty text when the task is clearly finished.";
+
+Json toolResult(const std::string& text, bool isError) {
+    Json content = Json::object();
+    content["type"] = "text";
+    content["text"] = text;
+    Json result = Json::object();
+    result["content"] = Json::array({content});
+    result["isError"] = isError;
+    return result;
+}
+
+Json parseError(const std::string& reason) {
+    return errorResponse(std::nullopt, JsonRpcCode::parseError, "Parse error: " + reason);
+}
+
+}  // namespace
+
+McpDispatcher::McpDispatcher(Database& database, const Features& features,
+                             std::function<TimePoint()> clock)
+    : database_(database), features_(features), clock_(clock), tools_(database, clock) {}
+
+std::optional<std::string> McpDispatcher::handleBody(std::string_view body) {
+    Json message;
+    try {
+        message = Json::parse(body);
+    } catch (const Json::parse_error& error) {
+        return writeJson(parseError(error.what()));
+    }
+    if (!message.is_array()) {
+        auto response = answer(message);
+        return response ? std::optional(writeJson(*response)) : std::nullopt;
+    }
+    if (message.empty()) {
+        return writeJson(parseError("empty batch"));
+    }
+    Json responses = Json::array();
+    for (const auto& element : message) {
+        if (auto response = answer(element)) {
+            responses.push_back(std::move(*response));
+        }
+    }
+    if (responses.empty()) {
+        return std::nullopt;
+    }
+    return writeJson(responses);
+}
+
+std::optional<Json> McpDispatcher::answer(const Json& message) {
+    auto read = readRequest(message);
+    if (auto* reason = std::get_if<std::string>(&read)) {
+        return parseError(*reason);
+    }
+    const auto& request = std::get<JsonRpcRequest>(read);
+    if (!request.id) {
+        return std::nullopt;
+    }
+    return handle(request);
+}
+
+Json McpDispatcher::handle(const JsonRpcRequest& request) {
+    const std::string& method = request.method;
+    if (method == "initialize") {
+        return handleInitialize(request);
+    }
+    if (method == "ping") {
+        return resultResponse(request.id, Json::object());
+    }
+    if (method == "tools/list") {
+        return handleToolsList(request);
+    }
+    if (method == "tools/call") {
+        return handleToolsCall(request);
+    }
+    if (method == "resources/list") {
+        return resultResponse(request.id, Json{{"resources", McpCatalogue::resources()}});
+    }
+    if (method == "resources/read") {
+        return handleResourcesRead(request);
+    }
+    return errorResponse(request.id, JsonRpcCode::methodNotFound, "Method not found: " + method);
+}
+
+Json McpDispatcher::handleInitialize(const JsonRpcRequest& request) {
+    std::string version(kLatestProtocolVersion);
+    if (request.params && request.params->is_object()) {
+        auto asked = request.params->find("protocolVersion");
+        if (asked != request.params->end() && asked->is_string() &&
+            std::find(kProtocolVersions.begin(), kProtocolVersions.end(),
+                      asked->get<std::string>()) != kProtocolVersions.end()) {
+            version = asked->get<std::string>();
+        }
+    }
+    Json capabilities = Json::object();
+    capabilities["tools"] = Json::object();
+    capabilities["resources"] = Json::object();
+    Json serverInfo = Json::object();
+    serverInfo["name"] = "kvillo";
+    serverInfo["version"] = "1.0.0";
+    Json result = Json::object();
+    result["protocolVersion"] = version;
+    result["capabilities"] = std::move(capabilities);
+    result["serverInfo"] = std::move(serverInfo);
+    result["instructions"] = kInstructions;
+    return resultResponse(request.id, std::move(result));
+}
+
+Json McpDispatcher::handleToolsList(const JsonRpcRequest& request) {
+    auto disabled = McpCatalogue::disabledTools(features_);
+    Json tools = Json::array();
+    for (const auto& tool : McpCatalogue::tools()) {
+        if (!disabled.contains(tool["name"].get<std::string>())) {
+            tools.push_back(tool);
+        }
+    }
+    return resultResponse(request.id, Json{{"tools", std::move(tools)}});
+}
+
+Json McpDispatcher::handleToolsCall(const JsonRpcRequest& request) {
+    const Json* params = request.params ? &*request.params : nullptr;
+    if (!params || !params->is_object() || !params->contains("name") ||
+        !(*params)["name"].is_string()) {
+        return errorResponse(request.id, JsonRpcCode::invalidParams,
+                             "Invalid params: missing 'name'");
+    }
+    std::string name = (*params)["name"].get<std::string>();
+    Json args = Json::object();
+    if (auto arguments = params->find("arguments");
+        arguments != params->end() && arguments->is_object()) {
+        args = *arguments;
+    }
+    auto refuse = [&](const char* text) {
+        return resultResponse(request.id, toolResult(text, true));
+    };
+    if (!features_.isEnabled(Features::Key::aiAccess)) {
+        return refuse("AI access is turned off in Kvillo's settings.");
+    }
+    if (McpCatalogue::disabledTools(features_).contains(name)) {
+        return refuse("This feature is turned off in Kvillo's settings.");
+    }
+    if (name == "annotate" && !features_.isEnabled(Features::Key::claudeCodeHook)) {
+        auto text = args.find("text");
+        if (text != args.end() && text->is_string() &&
+            text->get<std::string>().starts_with("Claude Code:")) {
+            return refuse("The Claude Code hook is turned off in Kvillo's settings.");
+        }
+    }
+    try {
+        ToolResult result = tools_.callTool(name, args);
+        return resultResponse(request.id, toolResult(result.text, result.isError));
+    } catch (const DatabaseError& error) {
+        return resultResponse(request.id, toolResult(std::string("Error: ") + error.what(), true));
+    }
+}
+
+Json McpDispatcher::handleResourcesRead(const JsonRpcRequest& request) {
+    const Json* params = request.params ? &*request.params : nullptr;
+    if (!params || !params->is_object() || !params->contains("uri") ||
+        !(*params)["uri"].is_string()) {
+        return errorResponse(request.id, JsonRpcCode::invalidParams,
+                             "Invalid params: missing 'uri'");
+    }
+    std::string uri = (*params)["uri"].get<std::string>();
+    try {
+        Json content = Json::object();
+        content["uri"] = uri;
+        content["mimeType"] = "text/plain";
+        content["text"] = readResource(uri);
+        return resultResponse(request.id, Json{{"contents", Json::array({content})}});
+    } catch (const McpServerError& error) {
+        return errorResponse(request.id, JsonRpcCode::internalError, error.what());
+    } catch (const DatabaseError& error) {
+        return errorResponse(request.id, JsonRpcCode::internalError, error.what());
+    }
+}
+
+std::string McpDispatcher::readResource(const std::string& uri) {
+    const TimePoint now = clock_();
+    if (uri == "kvillo://activities/today") {
+        return tools_.activitiesOfDay(now);
+    }
+    if (uri == "kvillo://activities/yesterday") {
+        return tools_.activitiesOfDay(calendar::addDays(now, -1));
+    }
+    if (uri == "kvillo://usage/today") {
+        return tools_.usageOfDay(now);
+    }
+    throw McpServerError::unknownResource(uri);
+}
+
+}  // namespace kvillo

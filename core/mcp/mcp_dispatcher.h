@@ -1,0 +1,51 @@
+#pragma once
+
+#include <array>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/mcp/json_rpc.h"
+#include "core/mcp/mcp_tools.h"
+#include "core/settings/features.h"
+#include "core/store/database.h"
+
+namespace kvillo {
+
+// The JSON-RPC layer of the MCP endpoint: a request body in, the answer
+// body out. Knows nothing of sockets, so the HTTP server and the stdio
+// bridge share it. Feature switches are read afresh for every request.
+// One thread at a time.
+class McpDispatcher {
+public:
+    // The protocol versions answered as asked; any other gets the newest.
+    static constexpr std::array<std::string_view, 4> kProtocolVersions{
+        "2024-11-05", "2025-03-26", "2025-06-18", "2025-11-25"};
+    static constexpr std::string_view kLatestProtocolVersion = "2025-11-25";
+
+    McpDispatcher(Database& database, const Features& features,
+                  std::function<TimePoint()> clock);
+
+    // The answer to one request object, or to a batch (an array) an array of
+    // answers; none when nothing is to be answered (notifications only).
+    std::optional<std::string> handleBody(std::string_view body);
+
+    // One request (with an id) to its response object.
+    Json handle(const JsonRpcRequest& request);
+
+private:
+    Json handleInitialize(const JsonRpcRequest& request);
+    Json handleToolsList(const JsonRpcRequest& request);
+    Json handleToolsCall(const JsonRpcRequest& request);
+    Json handleResourcesRead(const JsonRpcRequest& request);
+    std::string readResource(const std::string& uri);
+    std::optional<Json> answer(const Json& message);
+
+    Database& database_;
+    const Features& features_;
+    std::function<TimePoint()> clock_;
+    McpTools tools_;
+};
+
+}  // namespace kvillo

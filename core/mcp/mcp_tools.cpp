@@ -1,0 +1,379 @@
+#include "core/mcp/mcp_tools.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <regex>
+#include <unordered_map>
+
+#include "core/analysis/focus_session.h"
+#include "core/analysis/project_matcher.h"
+#include "core/mcp/mcp_reports.h"
+#include "core/time/day_cursor.h"
+#include "core/time/iso8601.h"
+
+namespace kvillo {
+namespace {
+
+constexpr int kMaxRangeDays = 92;
+constexpr int kAnnotationLimit = 100;
+constexpr const char* kNoProjects = "No projects yet. Use save_project to add one.";
+constexpr const char* kNoProject = "No project";
+
+std::optional<std::string> stringArgument(const Json& args, const char* key) {
+    auto found = args.find(key);
+    if (found == args.end() || !found->is_string()) {
+        return std::nullopt;
+    }
+    return found->get<std::string>();
+}
+
+// Integers only; a value beyond 32 bits is clamped, as it could only be a
+// mistake and must not wrap.
+std::optional<long long> integerArgument(const Json& args, const char* key) {
+    auto found = args.find(key);
+    if (found == args.end() || !found->is_number_integer()) {
+        return std::nullopt;
+    }
+    if (found->is_number_unsigned()) {
+        return static_cast<long long>(
+            std::min<std::uint64_t>(found->get<std::uint64_t>(), INT32_MAX));
+    }
+    return std::clamp<long long>(found->get<std::int64_t>(), INT32_MIN, INT32_MAX);
+}
+
+std::string trimmedWhitespace(const std::string& text) {
+    constexpr const char* kWhitespace = " \t\n\r\v\f";
+    size_t start = text.find_first_not_of(kWhitespace);
+    if (start == std::string::npos) {
+        return {};
+    }
+    return text.substr(start, text.find_last_not_of(kWhitespace) - start + 1);
+}
+
+std::string joined(const std::vector<std::string>& parts, const std::string& separator) {
+    std::string text;
+    for (size_t i = 0; i < parts.size(); ++i) {
+        text += (i ? separator : "") + parts[i];
+    }
+    return text;
+}
+
+// 45s, 12m, 1h 5m: the daily summary's short form.
+std::string shortDuration(Duration seconds) {
+    auto whole = static_cast<std::int64_t>(seconds);
+    if (whole < 60) {
+        return std::to_string(whole) + "s";
+    }
+    if (whole < 3600) {
+        return std::to_string(whole / 60) + "m";
+    }
+    return std::to_string(whole / 3600) + "h " + std::to_string((whole / 60) % 60) + "m";
+}
+
+}  // namespace
+
+McpTools::McpTools(Database& database, std::function<TimePoint()> clock)
+    : database_(database), clock_(std::move(clock)) {}
+
+std::optional<TimePoint> McpTools::parseDate(const Json& args, const char* key) const {
+    auto text = stringArgument(args, key);
+    if (!text) {
+        return std::nullopt;
+    }
+    static const std::regex kDate("([0-9]{4})-([0-9]{1,2})-([0-9]{1,2})");
+    std::smatch parts;
+    if (!std::regex_match(*text, parts, kDate)) {
+        return std::nullopt;
+    }
+    return calendar::startOfDate({std::stoi(parts[1]), std::stoi(parts[2]), std::stoi(parts[3])});
+}
+
+TimeRange McpTools::parseRange(const Json& args, int defaultDays) const {
+    TimePoint lastDay = calendar::startOfDay(parseDate(args, "to").value_or(clock_()));
+    TimePoint to = calendar::addDays(lastDay, 1);
+    auto first = parseDate(args, "from");
+    TimePoint from = first ? *first : calendar::addDays(to, -defaultDays);
+    if (!(from < to)) {
+        from = lastDay;
+    }
+    from = std::max(from, calendar::addDays(to, -kMaxRangeDays));
+    return {from, to};
+}
+
+std::optional<Duration> McpTools::parseDuration(std::string_view input) {
+    // Blanks and anything else unknown are skipped, so no trimming is needed.
+    double total = 0;
+    std::string number;
+    auto read = [&number]() -> std::optional<double> {
+        if (number.empty() || number.size() > 15) {
+            return std::nullopt;
+        }
+        return static_cast<double>(std::stoll(number));
+    };
+    for (char c : input) {
+        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+        if (c >= '0' && c <= '9') {
+            number += c;
+        } else if (c == 'h' || c == 'm' || c == 's') {
+            if (auto value = read()) {
+                total += *value * (c == 'h' ? 3600 : c == 'm' ? 60 : 1);
+                number.clear();
+            }
+        }
+    }
+    if (auto value = read(); value && total == 0) {
+        total = *value * 60;
+    }
+    if (total > 0) {
+        return total;
+    }
+    return std::nullopt;
+}
+
+std::string McpTools::activitiesOfDay(TimePoint day) {
+    auto activities = database_.fetchActivitiesOn(day, 200);
+    auto annotations = database_.fetchAnnotationsOn(day, kAnnotationLimit);
+    std::string text = McpReports::formatActivities(activities);
+    if (!annotations.empty()) {
+        text += "\n\n" + McpReports::formatAnnotations(annotations, clock_());
+    }
+    return text;
+}
+
+std::string McpTools::usageOfDay(TimePoint day) {
+    return McpReports::formatUsage(database_.appUsageOn(day));
+}
+
+ToolResult McpTools::callTool(const std::string& name, const Json& args) {
+    const TimePoint now = clock_();
+    if (name == "get_activities") {
+        TimePoint day = parseDate(args, "date").value_or(now);
+        int limit = static_cast<int>(integerArgument(args, "limit").value_or(100));
+        auto activities = database_.fetchActivitiesOn(day, limit);
+        auto annotations = database_.fetchAnnotationsOn(day, kAnnotationLimit);
+        std::string text = McpReports::formatActivities(activities);
+        if (!annotations.empty()) {
+            text += "\n\n" + McpReports::formatAnnotations(annotations, now);
+        }
+        return {text};
+    }
+    if (name == "search_activities") {
+        auto query = stringArgument(args, "query");
+        if (!query) {
+            return {"Error: 'query' is required", true};
+        }
+        int limit = static_cast<int>(integerArgument(args, "limit").value_or(50));
+        return {McpReports::formatActivities(database_.searchActivities(*query, limit))};
+    }
+    if (name == "get_app_usage") {
+        if (args.contains("from")) {
+            auto range = parseRange(args, 1);
+            return {McpReports::formatUsage(database_.appUsage(range.start, range.end))};
+        }
+        return {McpReports::formatUsage(database_.appUsageOn(parseDate(args, "date").value_or(now)))};
+    }
+    if (name == "get_daily_summary") {
+        return {dailySummary(parseRange(args, 7))};
+    }
+    if (name == "get_focus_sessions") {
+        auto range = parseRange(args, 1);
+        if (args.contains("from") && !args.contains("to")) {
+            range.end = calendar::addDays(range.start, 1);
+        }
+        long long minMinutes = integerArgument(args, "min_minutes").value_or(25);
+        long long maxGapMinutes = integerArgument(args, "max_gap_minutes").value_or(2);
+        auto sessions = FocusSession::detect(database_.fetchActivities(range.start, range.end),
+                                             static_cast<double>(minMinutes) * 60,
+                                             static_cast<double>(maxGapMinutes) * 60, now);
+        return {McpReports::formatFocusSessions(sessions, minMinutes)};
+    }
+    if (name == "list_projects") {
+        auto projects = database_.fetchProjects();
+        if (projects.empty()) {
+            return {kNoProjects};
+        }
+        std::vector<std::string> lines{"Projects (" + std::to_string(projects.size()) + "):"};
+        for (const auto& project : projects) {
+            std::string line = "\u2022 " + project.name;
+            if (!project.keywords.empty()) {
+                line += " \u2013 keywords: " + joined(project.keywords, ", ");
+            }
+            lines.push_back(line);
+        }
+        return {joined(lines, "\n")};
+    }
+    if (name == "save_project") {
+        return saveProject(args);
+    }
+    if (name == "delete_project") {
+        std::string project = stringArgument(args, "name").value_or("");
+        if (database_.deleteProject(project)) {
+            return {"Deleted project " + project + "."};
+        }
+        return {"No project named " + project + "."};
+    }
+    if (name == "get_project_time") {
+        return {projectTime(parseRange(args, 7))};
+    }
+    if (name == "annotate") {
+        return annotate(args);
+    }
+    if (name == "get_annotations") {
+        TimePoint day = parseDate(args, "date").value_or(now);
+        return {McpReports::formatAnnotations(database_.fetchAnnotationsOn(day, kAnnotationLimit),
+                                              now)};
+    }
+    return {"Unknown tool: " + name, true};
+}
+
+ToolResult McpTools::saveProject(const Json& args) {
+    std::string name = trimmedWhitespace(stringArgument(args, "name").value_or(""));
+    if (name.empty()) {
+        return {"Error: 'name' is required", true};
+    }
+    std::vector<std::string> keywords;
+    if (auto list = args.find("keywords"); list != args.end() && list->is_array()) {
+        for (const auto& element : *list) {
+            if (!element.is_string()) {
+                continue;
+            }
+            std::string keyword = trimmedWhitespace(element.get<std::string>());
+            if (!keyword.empty() && keyword.find(',') == std::string::npos) {
+                keywords.push_back(std::move(keyword));
+            }
+        }
+    }
+    database_.saveProject(name, keywords);
+    if (keywords.empty()) {
+        return {"Saved project " + name + "."};
+    }
+    return {"Saved project " + name + " with keywords: " + joined(keywords, ", ") + "."};
+}
+
+ToolResult McpTools::annotate(const Json& args) {
+    const TimePoint now = clock_();
+    std::string text = trimmedWhitespace(stringArgument(args, "text").value_or(""));
+    if (text.empty()) {
+        database_.endCurrentAnnotation(now);
+        return {"Ended current annotation."};
+    }
+    TimePoint start = now;
+    if (auto duration = stringArgument(args, "duration")) {
+        if (auto seconds = parseDuration(*duration)) {
+            start = now - *seconds;
+        }
+    }
+    database_.insertAnnotation(Annotation{.text = text, .startedAt = start});
+    return {"Annotation started: " + text + " (since " + iso8601::format(start) + ")"};
+}
+
+std::string McpTools::dailySummary(TimeRange range) {
+    std::vector<std::string> lines{"Daily summary:"};
+    Duration grandTotal = 0;
+    for (TimePoint day = range.start; day < range.end; day = calendar::addDays(day, 1)) {
+        auto usage = database_.appUsage(day, calendar::addDays(day, 1));
+        Duration dayTotal = 0;
+        for (const auto& summary : usage) {
+            dayTotal += summary.totalDuration;
+        }
+        lines.emplace_back();
+        lines.push_back(calendar::format(day, "EEE yyyy-MM-dd") + " \u2013 active " +
+                        McpReports::formatSeconds(dayTotal));
+        if (usage.empty()) {
+            lines.emplace_back("  (no activity)");
+        } else {
+            std::vector<std::string> top;
+            for (size_t i = 0; i < usage.size() && i < 3; ++i) {
+                top.push_back(usage[i].appName + " " + shortDuration(usage[i].totalDuration));
+            }
+            lines.push_back("  Top apps: " + joined(top, ", "));
+        }
+        auto annotations = database_.fetchAnnotationsOn(day, kAnnotationLimit);
+        if (!annotations.empty()) {
+            std::vector<std::string> texts;
+            for (auto it = annotations.rbegin(); it != annotations.rend(); ++it) {
+                texts.push_back(it->text);
+            }
+            lines.push_back("  Worked on: " + joined(texts, "; "));
+        }
+        grandTotal += dayTotal;
+    }
+    lines.emplace_back();
+    lines.push_back("Total active time: " + McpReports::formatSeconds(grandTotal));
+    return joined(lines, "\n");
+}
+
+std::string McpTools::projectTime(TimeRange range) {
+    auto projects = database_.fetchProjects();
+    if (projects.empty()) {
+        return kNoProjects;
+    }
+    const TimePoint now = clock_();
+    auto activities = database_.fetchActivities(range.start, range.end);
+    if (activities.empty()) {
+        return "No activity in this period.";
+    }
+    auto annotations = database_.fetchAnnotations(range.start, range.end);
+
+    struct Totals {
+        std::string name;
+        Duration total = 0;
+        std::map<TimePoint, Duration> days;
+        std::vector<std::pair<std::string, Duration>> titles;
+        std::unordered_map<std::string, size_t> titleIndex;
+    };
+    std::vector<Totals> totals;  // in order of first appearance
+    std::unordered_map<std::string, size_t> index;
+    DayCursor days;
+    const std::string unmatched = kNoProject;
+    for (const auto& [activity, project] : ProjectMatcher::assign(
+             activities, projects, annotations, ProjectMatcher::kDefaultCarryOver, now)) {
+        const std::string& name = project ? *project : unmatched;
+        auto [found, inserted] = index.try_emplace(name, totals.size());
+        if (inserted) {
+            totals.push_back({name});
+        }
+        Totals& entry = totals[found->second];
+        Duration seconds = activity->endTime.value_or(now) - activity->startTime;
+        entry.total += seconds;
+        entry.days[days.startOfDay(activity->startTime)] += seconds;
+        const std::string& title = activity->title ? *activity->title : activity->appName;
+        auto [titleAt, newTitle] = entry.titleIndex.try_emplace(title, entry.titles.size());
+        if (newTitle) {
+            entry.titles.emplace_back(title, 0);
+        }
+        entry.titles[titleAt->second].second += seconds;
+    }
+    std::stable_sort(totals.begin(), totals.end(), [&](const Totals& a, const Totals& b) {
+        bool aLast = a.name == unmatched, bLast = b.name == unmatched;
+        if (aLast != bLast) {
+            return bLast;
+        }
+        return a.total > b.total;
+    });
+
+    std::vector<std::string> lines{"Time per project:"};
+    for (auto& entry : totals) {
+        lines.emplace_back();
+        lines.push_back(entry.name + ": " + McpReports::formatSeconds(entry.total));
+        std::vector<std::string> dayTexts;
+        for (const auto& [day, seconds] : entry.days) {
+            dayTexts.push_back(calendar::format(day, "EEE MM-dd") + " " +
+                               McpReports::formatSeconds(seconds));
+        }
+        lines.push_back("  Days: " + joined(dayTexts, ", "));
+        std::stable_sort(entry.titles.begin(), entry.titles.end(),
+                         [](const auto& a, const auto& b) { return a.second > b.second; });
+        std::vector<std::string> titleTexts;
+        for (size_t i = 0; i < entry.titles.size() && i < 5; ++i) {
+            titleTexts.push_back(entry.titles[i].first + " " +
+                                 McpReports::formatSeconds(entry.titles[i].second));
+        }
+        lines.push_back("  Top titles: " + joined(titleTexts, "; "));
+    }
+    return joined(lines, "\n");
+}
+
+}  // namespace kvillo
