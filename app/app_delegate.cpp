@@ -1,8 +1,10 @@
 #include "app/app_delegate.h"
 
 #include <filesystem>
+#include <iostream>
 
 #include "app/brand_font.h"
+#include "core/mcp/mcp_server_error.h"
 #include "platform/linux/user_account.h"
 
 namespace kvillo {
@@ -30,9 +32,20 @@ std::optional<std::string> AppDelegate::launch() {
     }
 
     features_ = std::make_unique<Features>(paths_.settingsFile, fullUserName);
+
+    mcpServer_ = std::make_unique<McpServer>(*database_, *features_);
+    try {
+        mcpServer_->start();
+    } catch (const McpServerError& error) {
+        std::cerr << "kvillo: the MCP server is off: " << error.what() << "\n";
+    }
     return std::nullopt;
 }
 
-void AppDelegate::shutdown() {}
+void AppDelegate::shutdown() {
+    if (mcpServer_) {
+        mcpServer_->stop();
+    }
+}
 
 }  // namespace kvillo

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "app/command_line.h"
+#include "core/mcp/mcp_server.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
 #include "platform/linux/app_paths.h"
@@ -21,11 +22,13 @@ public:
     ~AppDelegate();
 
     // The launch sequence: brand font (not headless), data folder, database,
-    // settings. Returns the one-line reason when the program cannot run (the
-    // database cannot be opened); nothing has been started then.
+    // settings, MCP server. Returns the one-line reason when the program
+    // cannot run (the database cannot be opened); nothing has been started
+    // then. A server that cannot listen is reported on stderr and left off.
     std::optional<std::string> launch();
 
-    // The shutdown sequence; runs once, just before the event loop returns.
+    // The shutdown sequence: the server stops first. Runs once, just before
+    // the event loop returns.
     void shutdown();
 
 private:
@@ -33,6 +36,7 @@ private:
     AppPaths paths_;
     std::unique_ptr<Database> database_;
     std::unique_ptr<Features> features_;
+    std::unique_ptr<McpServer> mcpServer_;
 };
 
 }  // namespace kvillo

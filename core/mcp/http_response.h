@@ -10,7 +10,7 @@ namespace kvillo {
 // One HTTP response; the connection always closes after it.
 struct HttpResponse {
     int status = 200;
-    std::optional<std::string> body;
+    std::optional<std::string> body{};
     std::string contentType = "application/json";
     // Sent after Content-Length, before "Connection: close".
     std::vector<std::pair<std::string, std::string>> headers{};

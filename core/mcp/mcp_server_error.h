@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -10,14 +9,10 @@ namespace kvillo {
 class McpServerError : public std::runtime_error {
 public:
     enum class Kind {
-        invalidPort,      // "Invalid port number: 0"
         unknownResource,  // "Unknown resource URI: kvillo://…"
         listenFailed,     // neither loopback address could be bound
     };
 
-    static McpServerError invalidPort(std::uint16_t port) {
-        return {Kind::invalidPort, "Invalid port number: " + std::to_string(port)};
-    }
     static McpServerError unknownResource(const std::string& uri) {
         return {Kind::unknownResource, "Unknown resource URI: " + uri};
     }

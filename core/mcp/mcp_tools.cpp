@@ -320,9 +320,9 @@ std::string McpTools::projectTime(TimeRange range) {
     struct Totals {
         std::string name;
         Duration total = 0;
-        std::map<TimePoint, Duration> days;
-        std::vector<std::pair<std::string, Duration>> titles;
-        std::unordered_map<std::string, size_t> titleIndex;
+        std::map<TimePoint, Duration> days{};
+        std::vector<std::pair<std::string, Duration>> titles{};
+        std::unordered_map<std::string, size_t> titleIndex{};
     };
     std::vector<Totals> totals;  // in order of first appearance
     std::unordered_map<std::string, size_t> index;

@@ -1,0 +1,41 @@
+// kvillo-mcp: the MCP endpoint over standard input and output, for clients
+// that start their servers as commands. One JSON-RPC message per line in,
+// one answer per line out; it works whether or not the tray program runs,
+// on the same log and settings.
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include "core/mcp/mcp_dispatcher.h"
+#include "core/time/wall_clock.h"
+#include "platform/linux/app_paths.h"
+#include "platform/linux/user_account.h"
+
+int main() {
+    std::ios::sync_with_stdio(false);
+    auto paths = kvillo::AppPaths::fromEnvironment();
+    std::error_code ignored;
+    std::filesystem::create_directories(paths.dataFolder, ignored);
+    try {
+        kvillo::Database database(paths.databaseFile);
+        kvillo::Features features(paths.settingsFile, kvillo::fullUserName);
+        kvillo::McpDispatcher dispatcher(database, features, kvillo::wallClockNow);
+        std::string line;
+        while (std::getline(std::cin, line)) {
+            if (!line.empty() && line.back() == '\r') {
+                line.pop_back();
+            }
+            if (line.find_first_not_of(" \t") == std::string::npos) {
+                continue;
+            }
+            if (auto answer = dispatcher.handleBody(line)) {
+                std::cout << *answer << '\n' << std::flush;
+            }
+        }
+    } catch (const kvillo::DatabaseError& error) {
+        std::cerr << "kvillo-mcp: cannot open the database " << paths.databaseFile << ": "
+                  << error.message() << "\n";
+        return 1;
+    }
+    return 0;
+}

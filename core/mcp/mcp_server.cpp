@@ -1,0 +1,240 @@
+#include "core/mcp/mcp_server.h"
+
+#include <asio.hpp>
+
+#include <array>
+#include <thread>
+#include <vector>
+
+#include "core/mcp/http_response.h"
+#include "core/mcp/mcp_dispatcher.h"
+#include "core/mcp/mcp_http_handler.h"
+#include "core/mcp/mcp_server_error.h"
+
+namespace kvillo {
+namespace {
+
+using asio::ip::tcp;
+constexpr std::size_t kReadChunk = 65536;
+// After answering, unread bytes from the client are drained for this long so
+// that closing does not reset the connection under the answer.
+constexpr std::chrono::seconds kLinger{2};
+
+}  // namespace
+
+class McpServer::Impl {
+public:
+    Impl(Database& database, const Features& features, const McpServerOptions& options,
+         std::function<TimePoint()> clock)
+        : options_(options), dispatcher_(database, features, std::move(clock)),
+          handler_(dispatcher_) {}
+
+    void start();
+    void stop();
+    std::uint16_t boundPort() const { return boundPort_; }
+
+private:
+    class Connection;
+
+    void accept(tcp::acceptor& acceptor);
+
+    McpServerOptions options_;
+    McpDispatcher dispatcher_;
+    McpHttpHandler handler_;
+    std::size_t openConnections_ = 0;  // server thread only; outlives io_'s handlers
+    asio::io_context io_;
+    std::vector<std::unique_ptr<tcp::acceptor>> acceptors_;
+    std::thread thread_;
+    std::uint16_t boundPort_ = 0;
+};
+
+// One client: read until a whole request (or a limit, or the deadline),
+// answer once, close. Owns itself through the handlers it has pending.
+class McpServer::Impl::Connection : public std::enable_shared_from_this<Connection> {
+public:
+    Connection(Impl& server, tcp::socket socket)
+        : server_(server), socket_(std::move(socket)), deadline_(server.io_) {
+        ++server_.openConnections_;
+    }
+    ~Connection() { --server_.openConnections_; }
+
+    void start() {
+        deadline_.expires_after(server_.options_.requestTimeout);
+        deadline_.async_wait([self = shared_from_this()](std::error_code error) {
+            if (!error) {
+                self->close();
+            }
+        });
+        read();
+    }
+
+private:
+    void read() {
+        socket_.async_read_some(
+            asio::buffer(chunk_),
+            [self = shared_from_this()](std::error_code error, std::size_t length) {
+                self->received(error, length);
+            });
+    }
+
+    void received(std::error_code error, std::size_t length) {
+        if (answered_) {
+            return;
+        }
+        buffer_.append(chunk_.data(), length);
+        ParseResult parsed = parseHttpRequest(buffer_, server_.options_.limits);
+        switch (parsed.status) {
+            case ParseStatus::complete:
+                answer(server_.handler_.respond(parsed.request));
+                return;
+            case ParseStatus::headTooLarge:
+            case ParseStatus::bodyTooLarge:
+                answer(HttpResponse{.status = 413,
+                                    .body = std::string("Request too large"),
+                                    .contentType = "text/plain"});
+                return;
+            case ParseStatus::incomplete:
+                break;
+        }
+        if (error) {
+            close();  // the client finished or failed before a whole request
+            return;
+        }
+        read();
+    }
+
+    void answer(const HttpResponse& response) {
+        answered_ = true;
+        auto bytes = std::make_shared<std::string>(serialize(response));
+        asio::async_write(socket_, asio::buffer(*bytes),
+                          [self = shared_from_this(), bytes](std::error_code, std::size_t) {
+                              self->linger();
+                          });
+    }
+
+    void linger() {
+        std::error_code ignored;
+        socket_.shutdown(tcp::socket::shutdown_send, ignored);
+        deadline_.expires_after(kLinger);
+        deadline_.async_wait([self = shared_from_this()](std::error_code error) {
+            if (!error) {
+                self->close();
+            }
+        });
+        drain();
+    }
+
+    void drain() {
+        socket_.async_read_some(asio::buffer(chunk_),
+                                [self = shared_from_this()](std::error_code error, std::size_t) {
+                                    if (error) {
+                                        self->close();
+                                    } else {
+                                        self->drain();
+                                    }
+                                });
+    }
+
+    void close() {
+        std::error_code ignored;
+        deadline_.cancel();
+        socket_.close(ignored);
+    }
+
+    Impl& server_;
+    tcp::socket socket_;
+    asio::steady_timer deadline_;
+    std::array<char, kReadChunk> chunk_{};
+    std::string buffer_;
+    bool answered_ = false;
+};
+
+void McpServer::Impl::start() {
+    std::string lastError;
+    std::uint16_t port = options_.port;
+    for (auto address : {asio::ip::address(asio::ip::address_v4::loopback()),
+                         asio::ip::address(asio::ip::address_v6::loopback())}) {
+        auto acceptor = std::make_unique<tcp::acceptor>(io_);
+        std::error_code error;
+        tcp::endpoint endpoint(address, port);
+        acceptor->open(endpoint.protocol(), error);
+        if (!error) {
+            acceptor->set_option(asio::socket_base::reuse_address(true), error);
+        }
+        if (!error && address.is_v6()) {
+            acceptor->set_option(asio::ip::v6_only(true), error);
+        }
+        if (!error) {
+            acceptor->bind(endpoint, error);
+        }
+        if (!error) {
+            acceptor->listen(asio::socket_base::max_listen_connections, error);
+        }
+        if (error) {
+            lastError = error.message();
+            continue;
+        }
+        // With port 0 the first address picks the port and the second follows it.
+        port = acceptor->local_endpoint().port();
+        boundPort_ = port;
+        acceptors_.push_back(std::move(acceptor));
+    }
+    if (acceptors_.empty()) {
+        throw McpServerError::listenFailed("cannot listen on localhost port " +
+                                           std::to_string(options_.port) + ": " + lastError);
+    }
+    for (auto& acceptor : acceptors_) {
+        accept(*acceptor);
+    }
+    thread_ = std::thread([this] { io_.run(); });
+}
+
+void McpServer::Impl::accept(tcp::acceptor& acceptor) {
+    acceptor.async_accept([this, &acceptor](std::error_code error, tcp::socket socket) {
+        if (error == asio::error::operation_aborted) {
+            return;  // stopping
+        }
+        if (!error) {
+            if (openConnections_ >= options_.maxConnections) {
+                std::error_code ignored;
+                socket.close(ignored);
+            } else {
+                std::make_shared<Connection>(*this, std::move(socket))->start();
+            }
+        }
+        accept(acceptor);
+    });
+}
+
+void McpServer::Impl::stop() {
+    if (!thread_.joinable()) {
+        return;
+    }
+    asio::post(io_, [this] {
+        for (auto& acceptor : acceptors_) {
+            std::error_code ignored;
+            acceptor->close(ignored);
+        }
+        io_.stop();
+    });
+    thread_.join();
+}
+
+McpServer::McpServer(Database& database, const Features& features, McpServerOptions options,
+                     std::function<TimePoint()> clock)
+    : options_(options),
+      impl_(std::make_unique<Impl>(database, features, options, std::move(clock))) {}
+
+McpServer::~McpServer() { stop(); }
+
+std::uint16_t McpServer::boundPort() const { return impl_->boundPort(); }
+
+std::string McpServer::endpointURL() const {
+    return "http://localhost:" + std::to_string(options_.port) + "/mcp";
+}
+
+void McpServer::start() { impl_->start(); }
+
+void McpServer::stop() { impl_->stop(); }
+
+}  // namespace kvillo

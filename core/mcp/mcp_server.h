@@ -1,0 +1,63 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "core/mcp/http_request.h"
+#include "core/settings/features.h"
+#include "core/store/database.h"
+#include "core/time/wall_clock.h"
+
+namespace kvillo {
+
+struct McpServerOptions {
+    std::uint16_t port = 7384;  // 0 picks a free port (tests)
+    HttpLimits limits{};
+    // A connection that has not delivered a whole request by then is closed.
+    std::chrono::milliseconds requestTimeout{10'000};
+    // Connections beyond this are closed at once, so a flood cannot starve
+    // the clients already being served.
+    std::size_t maxConnections = 64;
+};
+
+// The loopback HTTP server through which AI assistants reach the log:
+// 127.0.0.1 and ::1, one request per connection, answered and closed.
+//
+// Threads: start() and stop() are called from the owner's thread. All
+// network work and every request runs on the server's own thread, one at a
+// time in the order requests complete; the database and features must
+// accept calls from it.
+class McpServer {
+public:
+    McpServer(Database& database, const Features& features, McpServerOptions options = {},
+              std::function<TimePoint()> clock = wallClockNow);
+    ~McpServer();
+    McpServer(const McpServer&) = delete;
+    McpServer& operator=(const McpServer&) = delete;
+
+    // The configured port, and the one actually listened on.
+    std::uint16_t port() const { return options_.port; }
+    std::uint16_t boundPort() const;
+
+    // "http://localhost:7384/mcp".
+    std::string endpointURL() const;
+
+    // Listens on whichever loopback addresses can be bound and starts the
+    // server's thread. Throws McpServerError when neither can be bound (the
+    // port is taken, say); the rest of the program runs on without it.
+    void start();
+
+    // Stops listening and serving; connections still open are dropped.
+    // Safe to call twice, or without start().
+    void stop();
+
+private:
+    class Impl;
+    McpServerOptions options_;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace kvillo
