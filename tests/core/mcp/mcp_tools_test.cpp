@@ -1,0 +1,166 @@
+#include <gtest/gtest.h>
+
+#include "core/mcp/mcp_tools.h"
+#include "tests/core/mcp/mcp_fixture.h"
+
+namespace kvillo {
+namespace {
+
+using testing::localTime;
+
+// A Monday: Code on Kvillo, a glance at mail, then a terminal; one task note.
+class Tools : public testing::McpFixture {
+protected:
+    Tools() {
+        db_.saveProject("Kvillo", {"kvillo"});
+        add("Code", localTime(2026, 11, 23, 9), 40, "kvillo \u2014 main.cpp");
+        add("Firefox", localTime(2026, 11, 23, 9, 40), 1, "Inbox");
+        add("Terminal", localTime(2026, 11, 23, 10), 30);
+        db_.insertAnnotation(Annotation{.text = "Skriver tester",
+                                        .startedAt = localTime(2026, 11, 23, 9),
+                                        .endedAt = localTime(2026, 11, 23, 10)});
+    }
+};
+
+TEST_F(Tools, ActivitiesOfADayWithTheirNotes) {
+    EXPECT_EQ(tool("get_activities"),
+              "Activities (3 sessions):\n"
+              "\u2022 Terminal  [2026-11-23T09:00:00 \u2192 2026-11-23T09:30:00]  (30m 0s)\n"
+              "\u2022 Firefox \u2013 Inbox  [2026-11-23T08:40:00 \u2192 2026-11-23T08:41:00]  "
+              "(1m 0s)\n"
+              "\u2022 Code \u2013 kvillo \u2014 main.cpp  [2026-11-23T08:00:00 \u2192 "
+              "2026-11-23T08:40:00]  (40m 0s)\n"
+              "\n"
+              "Annotations (1):\n"
+              "\u2022 Skriver tester  [2026-11-23T08:00:00 \u2192 2026-11-23T09:00:00]  (1h 0m)");
+    EXPECT_EQ(tool("get_activities", {{"limit", "1"}}), tool("get_activities"));
+    EXPECT_TRUE(tool("get_activities", {{"limit", 1}}).starts_with("Activities (1 sessions):"));
+    EXPECT_EQ(tool("get_activities", {{"date", "2026-11-22"}}), "No activities found.");
+    EXPECT_EQ(tool("get_activities", {{"date", "in a while"}}), tool("get_activities"));
+}
+
+TEST_F(Tools, SearchNeedsAQuery) {
+    EXPECT_EQ(tool("search_activities"), "Error: 'query' is required");
+    EXPECT_TRUE(toolIsError("search_activities"));
+    EXPECT_TRUE(tool("search_activities", {{"query", "INBOX"}})
+                    .starts_with("Activities (1 sessions):\n\u2022 Firefox"));
+}
+
+TEST_F(Tools, UsageAndTheDailySummary) {
+    EXPECT_EQ(tool("get_app_usage"),
+              "App usage summary (3 apps):\n"
+              "\u2022 Code: 40m across 1 session(s)\n"
+              "\u2022 Terminal: 30m across 1 session(s)\n"
+              "\u2022 Firefox: 1m across 1 session(s)");
+    EXPECT_EQ(tool("get_app_usage", {{"from", "2026-11-20"}, {"to", "2026-11-22"}}),
+              "No usage data found.");
+    EXPECT_EQ(tool("get_daily_summary", {{"from", "2026-11-22"}}),
+              "Daily summary:\n"
+              "\n"
+              "Sun 2026-11-22 \u2013 active 0m\n"
+              "  (no activity)\n"
+              "\n"
+              "Mon 2026-11-23 \u2013 active 1h 11m\n"
+              "  Top apps: Code 40m, Terminal 30m, Firefox 1m\n"
+              "  Worked on: Skriver tester\n"
+              "\n"
+              "Total active time: 1h 11m");
+    std::string week = tool("get_daily_summary");
+    EXPECT_TRUE(week.find("\n\nTue 2026-11-17 \u2013 active 0m") != std::string::npos) << week;
+    EXPECT_EQ(week.find("Mon 2026-11-16"), std::string::npos);
+}
+
+TEST_F(Tools, ProjectTimeListsNoProjectLast) {
+    add("Terminal", localTime(2026, 11, 23, 11), 120);
+    EXPECT_EQ(tool("get_project_time"),
+              "Time per project:\n"
+              "\n"
+              "Kvillo: 41m\n"
+              "  Days: Mon 11-23 41m\n"
+              "  Top titles: kvillo \u2014 main.cpp 40m; Inbox 1m\n"
+              "\n"
+              "No project: 2h 30m\n"
+              "  Days: Mon 11-23 2h 30m\n"
+              "  Top titles: Terminal 2h 30m");
+    EXPECT_EQ(tool("get_project_time", {{"from", "2026-11-01"}, {"to", "2026-11-02"}}),
+              "No activity in this period.");
+    db_.deleteProject("Kvillo");
+    EXPECT_EQ(tool("get_project_time"), "No projects yet. Use save_project to add one.");
+}
+
+TEST_F(Tools, FocusSessionsWithDefaultsAndHugeArguments) {
+    std::string expected =
+        "Focus sessions (2, total 1h 11m):\n"
+        "\u2022 Mon 2026-11-23 09:00\u201309:41 (41m, 1 switches): Code (40m), Firefox (1m)\n"
+        "\u2022 Mon 2026-11-23 10:00\u201310:30 (30m, 0 switches): Terminal (30m)";
+    EXPECT_EQ(tool("get_focus_sessions"), expected);
+    EXPECT_EQ(tool("get_focus_sessions", {{"from", "2026-11-23"}}), expected);
+    EXPECT_EQ(tool("get_focus_sessions", {{"from", "2026-11-22"}}),
+              "No focus sessions of 25+ minutes found.");
+    EXPECT_EQ(tool("get_focus_sessions", {{"min_minutes", 35}, {"max_gap_minutes", 60}}),
+              "Focus sessions (1, total 1h 30m):\n"
+              "\u2022 Mon 2026-11-23 09:00\u201310:30 (1h 30m, 2 switches): Code (40m), Terminal "
+              "(30m), Firefox (1m)");
+    EXPECT_EQ(tool("get_focus_sessions", {{"min_minutes", 9223372036854775807LL}}),
+              "No focus sessions of 2147483647+ minutes found.");
+    EXPECT_FALSE(toolIsError("get_focus_sessions", {{"max_gap_minutes", -9223372036854775807LL}}));
+}
+
+TEST_F(Tools, ProjectsAreListedSavedAndDeleted) {
+    EXPECT_EQ(tool("save_project", {{"name", "  Skarvelin\n"},
+                                    {"keywords", Json::array({"  Kraftnod ", "", "a,b", 7})}}),
+              "Saved project Skarvelin with keywords: Kraftnod.");
+    EXPECT_EQ(tool("save_project", {{"name", "Tom"}}), "Saved project Tom.");
+    EXPECT_EQ(tool("list_projects"),
+              "Projects (3):\n\u2022 Kvillo \u2013 keywords: kvillo\n"
+              "\u2022 Skarvelin \u2013 keywords: Kraftnod\n\u2022 Tom");
+    EXPECT_EQ(tool("save_project", {{"name", " "}}), "Error: 'name' is required");
+    EXPECT_EQ(tool("delete_project", {{"name", "Ukjent"}}), "No project named Ukjent.");
+    EXPECT_FALSE(toolIsError("delete_project", {{"name", "Ukjent"}}));
+    EXPECT_EQ(tool("delete_project", {{"name", "tom"}}), "Deleted project tom.");
+}
+
+TEST_F(Tools, AnnotateStartsBackdatedTasksAndEndsThem) {
+    // 15:00 in Oslo is 14:00 UTC.
+    EXPECT_EQ(tool("annotate", {{"text", " Fixing auth bug "}, {"duration", "1h30m"}}),
+              "Annotation started: Fixing auth bug (since 2026-11-23T12:30:00Z)");
+    EXPECT_EQ(tool("annotate", {{"text", "Review"}, {"duration", "1.5h"}}),
+              "Annotation started: Review (since 2026-11-22T23:00:00Z)");
+    EXPECT_EQ(tool("annotate", {{"text", "Now"}, {"duration", "soon"}}),
+              "Annotation started: Now (since 2026-11-23T14:00:00Z)");
+    EXPECT_EQ(db_.currentAnnotation()->text, "Now");
+    EXPECT_EQ(tool("annotate", {{"text", "  "}}), "Ended current annotation.");
+    EXPECT_FALSE(db_.currentAnnotation());
+    EXPECT_TRUE(tool("get_annotations").starts_with("Annotations (4):"));
+}
+
+TEST(McpToolsArguments, DurationsReadHoursMinutesAndBareMinutes) {
+    struct Row {
+        const char* text;
+        std::optional<double> seconds;
+    };
+    const Row rows[] = {{"30m", 1800},   {"1h", 3600},         {"1h30m", 5400}, {"1h 30m", 5400},
+                        {"90", 5400},    {"1h 30", 3600},      {"abc", std::nullopt},
+                        {"0m", std::nullopt}, {"1.5h", 54000}, {" 45S ", 45},
+                        {"", std::nullopt}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        EXPECT_EQ(McpTools::parseDuration(row.text), row.seconds);
+    }
+}
+
+TEST_F(Tools, RangesAreWholeDaysAndAtMostNinetyTwo) {
+    McpTools tools(db_, [this] { return now_; });
+    auto week = tools.parseRange(Json::object(), 7);
+    EXPECT_EQ(week.start, localTime(2026, 11, 17));
+    EXPECT_EQ(week.end, localTime(2026, 11, 24));
+    auto backwards = tools.parseRange({{"from", "2026-11-20"}, {"to", "2026-11-10"}}, 7);
+    EXPECT_EQ(backwards.start, localTime(2026, 11, 10));
+    EXPECT_EQ(backwards.end, localTime(2026, 11, 11));
+    auto year = tools.parseRange({{"from", "2025-01-01"}, {"to", "2026-03-31"}}, 7);
+    EXPECT_EQ(year.end, localTime(2026, 4, 1));
+    EXPECT_EQ(year.start, localTime(2025, 12, 30));  // 92 days before 1 April
+}
+
+}  // namespace
+}  // namespace kvillo
