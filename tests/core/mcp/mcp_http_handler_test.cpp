@@ -1,0 +1,112 @@
+#include <gtest/gtest.h>
+
+#include "core/mcp/mcp_http_handler.h"
+#include "tests/core/mcp/mcp_fixture.h"
+
+namespace kvillo {
+namespace {
+
+class HttpHandler : public testing::McpFixture {
+protected:
+    std::string answer(const std::string& request) {
+        auto parsed = parseHttpRequest(request);
+        EXPECT_EQ(parsed.status, ParseStatus::complete) << request;
+        return serialize(handler_.respond(parsed.request));
+    }
+
+    McpHttpHandler handler_{dispatcher_};
+};
+
+std::string post(const std::string& body, const std::string& extraHeaders = "") {
+    return "POST /mcp HTTP/1.1\r\nHost: localhost:7384\r\nContent-Type: application/json\r\n" +
+           extraHeaders + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+TEST_F(HttpHandler, FixedAnswersByteForByte) {
+    EXPECT_EQ(answer("GET / HTTP/1.1\r\nHost: localhost:7384\r\n\r\n"),
+              "HTTP/1.1 200 OK\r\nContent-Type: text/plain; charset=utf-8\r\nContent-Length: 60\r\n"
+              "Connection: close\r\n\r\nKvillo MCP Server \u2013 POST /mcp with a JSON-RPC 2.0 "
+              "request.");
+    EXPECT_EQ(answer("OPTIONS /anything HTTP/1.1\r\n\r\n"),
+              "HTTP/1.1 204 No Content\r\nContent-Type: application/json; charset=utf-8\r\n"
+              "Content-Length: 0\r\nConnection: close\r\n\r\n");
+    EXPECT_EQ(answer("GET /mcp HTTP/1.1\r\n\r\n"),
+              "HTTP/1.1 405 Method Not Allowed\r\nContent-Type: text/plain; charset=utf-8\r\n"
+              "Content-Length: 18\r\nAllow: POST, OPTIONS\r\nConnection: close\r\n\r\n"
+              "Method not allowed");
+    const char* kNotFound =
+        "HTTP/1.1 404 Not Found\r\nContent-Type: text/plain; charset=utf-8\r\n"
+        "Content-Length: 9\r\nConnection: close\r\n\r\nNot found";
+    for (const char* request : {"POST / HTTP/1.1\r\n\r\n", "post /mcp HTTP/1.1\r\n\r\n",
+                                "POST /mcp?x=1 HTTP/1.1\r\n\r\n", "DELETE /mcp HTTP/1.1\r\n\r\n"}) {
+        SCOPED_TRACE(request);
+        EXPECT_EQ(answer(request), kNotFound);
+    }
+}
+
+TEST_F(HttpHandler, PostAnswersJsonAndNotificationsGet202) {
+    EXPECT_EQ(answer(post(R"({"jsonrpc":"2.0","id":7,"method":"ping"})")),
+              "HTTP/1.1 200 OK\r\nContent-Type: application/json; charset=utf-8\r\n"
+              "Content-Length: 36\r\nConnection: close\r\n\r\n"
+              R"({"jsonrpc":"2.0","id":7,"result":{}})");
+    EXPECT_EQ(answer(post(R"({"jsonrpc":"2.0","method":"notifications/initialized"})")),
+              "HTTP/1.1 202 Accepted\r\nContent-Type: application/json; charset=utf-8\r\n"
+              "Content-Length: 0\r\nConnection: close\r\n\r\n");
+    // Parameters after the media type are fine.
+    EXPECT_TRUE(answer(post("{}", "").replace(post("{}").find("application/json"), 16,
+                                              "Application/JSON; charset=utf-8"))
+                    .starts_with("HTTP/1.1 200 OK"));
+}
+
+TEST_F(HttpHandler, RefusesOtherHostsOriginsAndMediaTypes) {
+    struct Row {
+        const char* name;
+        std::string request;
+        const char* statusLine;
+    };
+    std::string ping = R"({"jsonrpc":"2.0","id":1,"method":"ping"})";
+    const Row rows[] = {
+        {"rebound host", "GET / HTTP/1.1\r\nHost: attacker.example:7384\r\n\r\n",
+         "HTTP/1.1 421 Misdirected Request"},
+        {"host that only starts like localhost", "GET / HTTP/1.1\r\nHost: localhost.evil\r\n\r\n",
+         "HTTP/1.1 421 Misdirected Request"},
+        {"foreign origin", post(ping, "Origin: https://example.com\r\n"), "HTTP/1.1 403 Forbidden"},
+        {"https loopback origin", post(ping, "Origin: https://localhost\r\n"),
+         "HTTP/1.1 403 Forbidden"},
+        {"null origin", post(ping, "Origin: null\r\n"), "HTTP/1.1 403 Forbidden"},
+        {"text body", "POST /mcp HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/plain\r\n"
+                      "Content-Length: 2\r\n\r\n{}",
+         "HTTP/1.1 415 Unsupported Media Type"},
+        {"no content type", "POST /mcp HTTP/1.1\r\nContent-Length: 2\r\n\r\n{}",
+         "HTTP/1.1 415 Unsupported Media Type"},
+        {"unknown protocol version", post(ping, "MCP-Protocol-Version: 1999-01-01\r\n"),
+         "HTTP/1.1 400 Bad Request"},
+        {"known protocol version", post(ping, "MCP-Protocol-Version: 2025-06-18\r\n"),
+         "HTTP/1.1 200 OK"},
+        {"ipv6 host", "GET / HTTP/1.1\r\nHost: [::1]:7384\r\n\r\n", "HTTP/1.1 200 OK"},
+        {"plain 127.0.0.1", "GET / HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n", "HTTP/1.1 200 OK"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::string response = answer(row.request);
+        EXPECT_EQ(response.substr(0, response.find("\r\n")), row.statusLine);
+    }
+    EXPECT_FALSE(db_.currentAnnotation());
+}
+
+TEST_F(HttpHandler, LocalPagesGetTheirOwnOriginBack) {
+    std::string response =
+        answer(post(R"({"jsonrpc":"2.0","id":1,"method":"ping"})", "Origin: http://localhost:5173\r\n"));
+    EXPECT_NE(response.find("\r\nAccess-Control-Allow-Origin: http://localhost:5173\r\n"),
+              std::string::npos)
+        << response;
+    EXPECT_NE(response.find("\r\nVary: Origin\r\n"), std::string::npos);
+    EXPECT_EQ(answer(post(R"({"jsonrpc":"2.0","id":1,"method":"ping"})")).find("Access-Control"),
+              std::string::npos);
+    std::string preflight = answer("OPTIONS /mcp HTTP/1.1\r\nOrigin: http://127.0.0.1:8080\r\n\r\n");
+    EXPECT_TRUE(preflight.starts_with("HTTP/1.1 204 No Content"));
+    EXPECT_NE(preflight.find("Access-Control-Allow-Headers: Content-Type"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace kvillo
