@@ -33,7 +33,8 @@ std::optional<std::string> AppDelegate::launch() {
 
     features_ = std::make_unique<Features>(paths_.settingsFile, fullUserName);
 
-    mcpServer_ = std::make_unique<McpServer>(*database_, *features_);
+    mcpServer_ = std::make_unique<McpServer>(*database_, *features_,
+                                             McpServerOptions{.port = options_.mcpPort});
     try {
         mcpServer_->start();
     } catch (const McpServerError& error) {

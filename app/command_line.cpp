@@ -76,7 +76,8 @@ CommandLineRequest parseCommandLine(const std::vector<std::string>& arguments) {
         return parseTimesheet(arguments);
     }
     RunProgram run;
-    for (const auto& argument : arguments) {
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
         if (argument == "--help" || argument == "-h") {
             return ShowHelp{};
         }
@@ -87,13 +88,22 @@ CommandLineRequest parseCommandLine(const std::vector<std::string>& arguments) {
             run.headless = true;
             continue;
         }
+        if (argument == "--port") {
+            static const std::regex kPort("[0-9]{1,5}");
+            if (i + 1 == arguments.size() || !std::regex_match(arguments[i + 1], kPort) ||
+                std::stoi(arguments[i + 1]) > 65535) {
+                return UsageError{"--port needs a port number (0 to 65535)"};
+            }
+            run.mcpPort = static_cast<std::uint16_t>(std::stoi(arguments[++i]));
+            continue;
+        }
         return UsageError{"unknown argument: " + argument};
     }
     return run;
 }
 
 std::string usageText() {
-    return "Usage: kvillo [--headless]\n"
+    return "Usage: kvillo [--headless] [--port PORT]\n"
            "       kvillo timesheet [--period PERIOD | --from YYYY-MM-DD --to YYYY-MM-DD]\n"
            "                        [--project NAME] [--output FILE]\n"
            "       kvillo --version | --help\n"
@@ -103,6 +113,7 @@ std::string usageText() {
            "\n"
            "Options:\n"
            "  --headless  run without tray icon or windows: capture and server only\n"
+           "  --port      the MCP server's port on localhost (default 7384; 0 picks a free one)\n"
            "  --version   print the version and exit\n"
            "  --help      print this help and exit\n"
            "\n"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <variant>
@@ -14,6 +15,7 @@ namespace kvillo {
 // `--help`, `--version` and the timesheet export work without a display.
 struct RunProgram {
     bool headless = false;  // no tray icon and no windows: capture and server only
+    std::uint16_t mcpPort = 7384;  // 0 lets the system pick a free port
 };
 struct ShowHelp {};
 struct ShowVersion {};

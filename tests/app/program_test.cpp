@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <filesystem>
 #include <regex>
@@ -56,7 +61,7 @@ constexpr const char* kSchemaDump =
 TEST(Program, HelpAndVersionNeedNoDisplay) {
     auto help = runProcess({KVILLO_BINARY, "--help"}, {{"DISPLAY", ""}});
     EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.output.find("Usage: kvillo [--headless]"), std::string::npos);
+    EXPECT_NE(help.output.find("Usage: kvillo [--headless] [--port PORT]"), std::string::npos);
     EXPECT_EQ(help.error, "");
 
     auto version = runProcess({KVILLO_BINARY, "--version"}, {{"DISPLAY", ""}});
@@ -79,7 +84,7 @@ TEST(Program, HeadlessStartCreatesTheStoreAndSigtermEndsItCleanly) {
     std::string database = home.file("data/Kvillo/activities.db");
     for (int signalNumber : {SIGTERM, SIGINT}) {
         SCOPED_TRACE(signalNumber);
-        ChildProcess kvillo({KVILLO_BINARY, "--headless"}, homeIn(home));
+        ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", "0"}, homeIn(home));
         ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(database); }, 10s))
             << kvillo.standardError();
         kvillo.signal(signalNumber);
@@ -95,12 +100,47 @@ TEST(Program, TheTrayProgramAlsoEndsCleanlyOnSigterm) {
     TempFolder home;
     auto environment = homeIn(home);
     environment["QT_QPA_PLATFORM"] = "offscreen";
-    ChildProcess kvillo({KVILLO_BINARY}, environment);
+    ChildProcess kvillo({KVILLO_BINARY, "--port", "0"}, environment);
     ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); },
                            10s))
         << kvillo.standardError();
     kvillo.signal(SIGTERM);
     EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
+}
+
+TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {
+    TempFolder home;
+    int blocker = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::bind(blocker, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(blocker, 1), 0);
+    socklen_t length = sizeof address;
+    ::getsockname(blocker, reinterpret_cast<sockaddr*>(&address), &length);
+    std::string port = std::to_string(ntohs(address.sin_port));
+    // Take the IPv6 loopback port too where there is one.
+    int blocker6 = ::socket(AF_INET6, SOCK_STREAM, 0);
+    sockaddr_in6 address6{};
+    address6.sin6_family = AF_INET6;
+    address6.sin6_addr = in6addr_loopback;
+    address6.sin6_port = address.sin_port;
+    int v6only = 1;
+    ::setsockopt(blocker6, IPPROTO_IPV6, IPV6_V6ONLY, &v6only, sizeof v6only);
+    if (::bind(blocker6, reinterpret_cast<sockaddr*>(&address6), sizeof address6) == 0) {
+        ::listen(blocker6, 1);
+    }
+
+    ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", port}, homeIn(home));
+    ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); },
+                           10s));
+    ASSERT_TRUE(eventually([&] { return !kvillo.standardError().empty(); }, 5s));
+    EXPECT_EQ(kvillo.standardError(), "kvillo: the MCP server is off: cannot listen on localhost port " +
+                                          port + ": Address already in use\n");
+    kvillo.signal(SIGTERM);
+    EXPECT_EQ(kvillo.wait(10s), 0);
+    ::close(blocker);
+    ::close(blocker6);
 }
 
 TEST(Program, WithoutADisplayTheTrayProgramAsksForHeadless) {
@@ -114,7 +154,7 @@ TEST(Program, UnopenableDatabaseExitsOneNamingThePathAndTheReason) {
     TempFolder home;
     // A file where the data folder should be defeats even root.
     testing::writeFile(home.file("data"), "not a folder");
-    auto result = runProcess({KVILLO_BINARY, "--headless"}, homeIn(home));
+    auto result = runProcess({KVILLO_BINARY, "--headless", "--port", "0"}, homeIn(home));
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.error, "kvillo: cannot open the database " +
                                 home.file("data/Kvillo/activities.db") +

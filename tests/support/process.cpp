@@ -30,8 +30,12 @@ std::string captureFile(const char* stream) {
 }  // namespace
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command,
-                           const std::map<std::string, std::string>& environment)
-    : outputFile_(captureFile("stdout")), errorFile_(captureFile("stderr")) {
+                           const std::map<std::string, std::string>& environment,
+                           const std::string& standardInput)
+    : inputFile_(captureFile("stdin")),
+      outputFile_(captureFile("stdout")),
+      errorFile_(captureFile("stderr")) {
+    writeFile(inputFile_, standardInput);
     pid_ = ::fork();
     if (pid_ < 0) {
         throw std::runtime_error("fork failed");
@@ -39,7 +43,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command,
     if (pid_ == 0) {
         int out = ::open(outputFile_.c_str(), O_WRONLY | O_TRUNC);
         int err = ::open(errorFile_.c_str(), O_WRONLY | O_TRUNC);
-        int in = ::open("/dev/null", O_RDONLY);
+        int in = ::open(inputFile_.c_str(), O_RDONLY);
         ::dup2(in, 0);
         ::dup2(out, 1);
         ::dup2(err, 2);
@@ -66,6 +70,7 @@ ChildProcess::~ChildProcess() {
         int ignored;
         ::waitpid(pid_, &ignored, 0);
     }
+    ::unlink(inputFile_.c_str());
     ::unlink(outputFile_.c_str());
     ::unlink(errorFile_.c_str());
 }
@@ -105,8 +110,9 @@ std::string ChildProcess::standardOutput() const { return readFile(outputFile_);
 std::string ChildProcess::standardError() const { return readFile(errorFile_); }
 
 ProcessResult runProcess(const std::vector<std::string>& command,
-                         const std::map<std::string, std::string>& environment) {
-    ChildProcess child(command, environment);
+                         const std::map<std::string, std::string>& environment,
+                         const std::string& standardInput) {
+    ChildProcess child(command, environment, standardInput);
     auto status = child.wait(std::chrono::seconds(30));
     return {status.value_or(-1), child.standardOutput(), child.standardError()};
 }

@@ -15,9 +15,11 @@ namespace kvillo::testing {
 class ChildProcess {
 public:
     // `environment` entries are added to (or replace those of) this process's
-    // environment; an empty value unsets the variable.
+    // environment; an empty value unsets the variable. The child reads
+    // `standardInput`, then end of input.
     ChildProcess(const std::vector<std::string>& command,
-                 const std::map<std::string, std::string>& environment = {});
+                 const std::map<std::string, std::string>& environment = {},
+                 const std::string& standardInput = "");
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
@@ -38,6 +40,7 @@ public:
 private:
     pid_t pid_ = -1;
     std::optional<int> status_;
+    std::string inputFile_;
     std::string outputFile_;
     std::string errorFile_;
 };
@@ -49,7 +52,8 @@ struct ProcessResult {
     std::string error;
 };
 ProcessResult runProcess(const std::vector<std::string>& command,
-                         const std::map<std::string, std::string>& environment = {});
+                         const std::map<std::string, std::string>& environment = {},
+                         const std::string& standardInput = "");
 
 // Polls `condition` every 20 ms until it holds or `timeout` passes.
 template <typename Condition>

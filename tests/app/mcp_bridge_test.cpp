@@ -1,0 +1,57 @@
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <sstream>
+
+#include "core/store/database.h"
+#include "tests/support/process.h"
+#include "tests/support/temp_folder.h"
+
+namespace kvillo {
+namespace {
+
+using Json = nlohmann::json;
+
+std::vector<Json> answerLines(const std::string& output) {
+    std::vector<Json> lines;
+    std::istringstream stream(output);
+    std::string line;
+    while (std::getline(stream, line)) {
+        lines.push_back(Json::parse(line));  // nothing but JSON on standard output
+    }
+    return lines;
+}
+
+TEST(McpBridge, AnswersLineByLineAndSharesTheStore) {
+    testing::TempFolder home;
+    std::string input =
+        R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-06-18"}})"
+        "\n"
+        R"({"jsonrpc":"2.0","method":"notifications/initialized"})"
+        "\n"
+        "this is not json\n"
+        "\n"
+        R"({"jsonrpc":"2.0","id":"b","method":"tools/call","params":{"name":"annotate","arguments":{"text":"Via stdio"}}})"
+        "\r\n";
+    auto result = testing::runProcess({KVILLO_MCP_BINARY},
+                                      {{"HOME", home.path()},
+                                       {"XDG_DATA_HOME", home.file("data")},
+                                       {"XDG_CONFIG_HOME", home.file("config")}},
+                                      input);
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.error, "");
+    auto lines = answerLines(result.output);
+    ASSERT_EQ(lines.size(), 3u) << result.output;
+    EXPECT_EQ(lines[0]["result"]["protocolVersion"], "2025-06-18");
+    EXPECT_EQ(lines[1]["error"]["code"], -32700);
+    EXPECT_FALSE(lines[1].contains("id"));
+    EXPECT_EQ(lines[2]["id"], "b");
+    EXPECT_TRUE(lines[2]["result"]["content"][0]["text"].get<std::string>().starts_with(
+        "Annotation started: Via stdio"));
+
+    Database db(home.file("data/Kvillo/activities.db"));
+    EXPECT_EQ(db.currentAnnotation()->text, "Via stdio");
+}
+
+}  // namespace
+}  // namespace kvillo
