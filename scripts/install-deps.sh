@@ -24,6 +24,12 @@ for package in "${packages[@]}"; do
   fi
 done
 
+# The MCP client tests run the official SDK on Node.js; any Node 18 or later
+# will do, so one that is already installed is kept.
+if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
+  missing+=(nodejs npm)
+fi
+
 if [ ${#missing[@]} -eq 0 ]; then
   exit 0
 fi
