@@ -3,7 +3,9 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps configure build run test bench clean
+FUZZ_SECONDS ?= 60
+
+.PHONY: all deps configure build run test bench fuzz clean
 
 all: build
 
@@ -26,5 +28,17 @@ bench: build
 	@cmake --build $(BUILD_DIR) --target kvillo_bench -j $(JOBS)
 	$(BUILD_DIR)/bench/kvillo_bench
 
+# Each fuzzer runs for FUZZ_SECONDS from the seed corpus; a crash fails.
+fuzz:
+	@scripts/install-deps.sh fuzz
+	@cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DKVILLO_FUZZ=ON >/dev/null
+	@cmake --build build-fuzz -j $(JOBS)
+	@for target in http_parser handle_body; do \
+	  mkdir -p build-fuzz/corpus/$$target && \
+	  build-fuzz/fuzz/$${target}_fuzzer -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	    build-fuzz/corpus/$$target fuzz/corpus/$$target || exit 1; \
+	done
+
 clean:
-	rm -rf $(BUILD_DIR)
+	rm -rf $(BUILD_DIR) build-fuzz

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, running and testing Kvillo need.
-# Safe to run again: it only asks apt for what is missing. Works as root or
-# through sudo, and never prompts.
+# Installs the Debian packages that building, running and testing Kvillo need
+# (with the argument "fuzz", also what the fuzzers need). Safe to run again:
+# it only asks apt for what is missing. Works as root or through sudo, and
+# never prompts.
 set -euo pipefail
 
 packages=(
@@ -16,6 +17,9 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth fontconfig
 )
+if [ "${1:-}" = "fuzz" ]; then
+  packages+=(clang libclang-rt-14-dev)
+fi
 
 missing=()
 for package in "${packages[@]}"; do
