@@ -6,14 +6,10 @@
 namespace kvillo {
 namespace {
 
+// Exactly YYYY-MM-DD, and a day that exists.
 std::optional<calendar::Date> parseDate(const std::string& text) {
-    static const std::regex kDate("([0-9]{4})-([0-9]{2})-([0-9]{2})");
-    std::smatch parts;
-    if (!std::regex_match(text, parts, kDate)) {
-        return std::nullopt;
-    }
-    calendar::Date date{std::stoi(parts[1]), std::stoi(parts[2]), std::stoi(parts[3])};
-    if (!calendar::startOfDate(date)) {
+    auto date = calendar::parseDate(text);
+    if (text.size() != 10 || !date || !calendar::startOfDate(*date)) {
         return std::nullopt;
     }
     return date;

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <limits>
 #include <map>
-#include <regex>
 #include <unordered_map>
 
 #include "core/analysis/focus_session.h"
@@ -82,12 +81,8 @@ std::optional<TimePoint> McpTools::parseDate(const Json& args, const char* key) 
     if (!text) {
         return std::nullopt;
     }
-    static const std::regex kDate("([0-9]{4})-([0-9]{1,2})-([0-9]{1,2})");
-    std::smatch parts;
-    if (!std::regex_match(*text, parts, kDate)) {
-        return std::nullopt;
-    }
-    return calendar::startOfDate({std::stoi(parts[1]), std::stoi(parts[2]), std::stoi(parts[3])});
+    auto date = calendar::parseDate(*text);
+    return date ? calendar::startOfDate(*date) : std::nullopt;
 }
 
 TimeRange McpTools::parseRange(const Json& args, int defaultDays) const {

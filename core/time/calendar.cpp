@@ -195,6 +195,43 @@ std::optional<TimePoint> startOfDate(Date date) {
     return timeOf(*calendar);
 }
 
+std::optional<Date> parseDate(std::string_view text) {
+    auto number = [&text](size_t minDigits, size_t maxDigits) -> std::optional<int> {
+        size_t digits = 0;
+        int value = 0;
+        while (digits < text.size() && digits < maxDigits && text[digits] >= '0' &&
+               text[digits] <= '9') {
+            value = value * 10 + (text[digits] - '0');
+            ++digits;
+        }
+        if (digits < minDigits) {
+            return std::nullopt;
+        }
+        text.remove_prefix(digits);
+        return value;
+    };
+    auto dash = [&text] {
+        if (text.empty() || text.front() != '-') {
+            return false;
+        }
+        text.remove_prefix(1);
+        return true;
+    };
+    auto year = number(4, 4);
+    if (!year || !dash()) {
+        return std::nullopt;
+    }
+    auto month = number(1, 2);
+    if (!month || !dash()) {
+        return std::nullopt;
+    }
+    auto day = number(1, 2);
+    if (!day || !text.empty()) {
+        return std::nullopt;
+    }
+    return Date{*year, *month, *day};
+}
+
 Date dateOf(TimePoint t) {
     auto calendar = calendarAt(t);
     UErrorCode status = U_ZERO_ERROR;

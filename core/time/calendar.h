@@ -47,6 +47,10 @@ struct Date {
     int day;    // 1 to 31
 };
 std::optional<TimePoint> startOfDate(Date date);
+
+// "2026-11-23" (four-digit year, one- or two-digit month and day) as a
+// date; any other text gives none. Whether the date exists is not checked.
+std::optional<Date> parseDate(std::string_view text);
 Date dateOf(TimePoint t);
 
 // Fixed patterns in ICU syntax ("yyyy-MM-dd", "EEE HH:mm"), with English

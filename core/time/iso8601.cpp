@@ -1,7 +1,7 @@
 #include "core/time/iso8601.h"
 
+#include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <ctime>
 
 namespace kvillo::iso8601 {
@@ -34,12 +34,26 @@ bool expect(std::string_view text, size_t& pos, char c) {
 }  // namespace
 
 std::string format(TimePoint t) {
-    std::time_t seconds = static_cast<std::time_t>(std::floor(t));
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    char buffer[32];
-    std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return buffer;
+    // Calendar arithmetic and plain digits instead of gmtime and strftime:
+    // reports write hundreds of these per request.
+    using namespace std::chrono;
+    sys_seconds instant{seconds{static_cast<long long>(std::floor(t))}};
+    auto day = floor<days>(instant);
+    year_month_day date{day};
+    hh_mm_ss clock{instant - day};
+    std::string text = "0000-00-00T00:00:00Z";
+    auto put = [&text](size_t at, long long value, int width) {
+        for (int i = width - 1; i >= 0; --i, value /= 10) {
+            text[at + static_cast<size_t>(i)] = static_cast<char>('0' + value % 10);
+        }
+    };
+    put(0, static_cast<int>(date.year()), 4);
+    put(5, static_cast<unsigned>(date.month()), 2);
+    put(8, static_cast<unsigned>(date.day()), 2);
+    put(11, clock.hours().count(), 2);
+    put(14, clock.minutes().count(), 2);
+    put(17, clock.seconds().count(), 2);
+    return text;
 }
 
 std::optional<TimePoint> parse(std::string_view text) {
