@@ -25,8 +25,10 @@ test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
 
 bench: build
+	@scripts/install-deps.sh bench
 	@cmake --build $(BUILD_DIR) --target kvillo_bench -j $(JOBS)
 	$(BUILD_DIR)/bench/kvillo_bench
+	bench/mcp/wrk_bench.sh $(BUILD_DIR)/app/kvillo
 
 # Each fuzzer runs for FUZZ_SECONDS from the seed corpus; a crash fails.
 fuzz:

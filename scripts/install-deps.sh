@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, running and testing Kvillo need
-# (with the argument "fuzz", also what the fuzzers need). Safe to run again:
+# (with the argument "fuzz" or "bench", also what the fuzzers or the load
+# test need). Safe to run again:
 # it only asks apt for what is missing. Works as root or through sudo, and
 # never prompts.
 set -euo pipefail
@@ -17,9 +18,10 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth fontconfig
 )
-if [ "${1:-}" = "fuzz" ]; then
-  packages+=(clang libclang-rt-14-dev)
-fi
+case "${1:-}" in
+  fuzz) packages+=(clang libclang-rt-14-dev) ;;
+  bench) packages+=(wrk curl) ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do
