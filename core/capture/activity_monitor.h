@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "core/capture/desktop.h"
+#include "core/settings/features.h"
+#include "core/store/database.h"
+
+namespace kvillo {
+
+// Turns what happens on the desktop into activity rows: at most one row is
+// open, a new one starts whenever another application comes to the front,
+// and the open one ends when the user goes away (no input for a while, a
+// locked screen, sleep), when logging is paused and when the monitor stops.
+// Every five seconds it also reads the front window's title, checks for
+// idleness, ends a pause whose time has come, and ends the open task after
+// a long absence. Settings are read afresh at every event and tick; store
+// errors are ignored (a failed write is retried by the next event).
+//
+// Threads: every member, every event and every tick runs on one thread (the
+// UI thread). The desktop, clock and timer must outlive the monitor.
+class ActivityMonitor {
+public:
+    static constexpr Duration kMaxLeftoverDuration = 1800;
+    static constexpr Duration kTickInterval = 5.0;
+    static constexpr const char* kLoginWindowBundleID = "loginwindow";
+    static constexpr const char* kUnknownAppName = "Unknown";
+
+    ActivityMonitor(Database& database, const Features& features, Desktop& desktop, Clock& clock,
+                    RepeatingTimer& timer);
+    ~ActivityMonitor();
+    ActivityMonitor(const ActivityMonitor&) = delete;
+    ActivityMonitor& operator=(const ActivityMonitor&) = delete;
+
+    // Closes rows left open by an earlier run, subscribes to the desktop,
+    // starts the tick and records the front application.
+    void start();
+    // Unsubscribes, stops the tick and ends the open row now. Idempotent.
+    void stop();
+
+    // Records the front application afresh (after a switch changed).
+    void refresh();
+    // Ends the open row and records nothing until `until` (or resume()).
+    void pause(TimePoint until);
+    void resume();
+    bool isPaused();
+    std::optional<TimePoint> pausedUntil() const { return pausedUntil_; }
+
+private:
+    void handleActivation(const std::optional<FrontApplication>& application);
+    void enterIdle(TimePoint since);
+    void tick();
+    void checkIdle();
+    void updateCurrentTitle();
+    void endAnnotationIfAwayLong();
+    void endOpenActivity(TimePoint at);
+    std::optional<FrontApplication> front();
+
+    Database& database_;
+    const Features& features_;
+    Desktop& desktop_;
+    Clock& clock_;
+    RepeatingTimer& timer_;
+    bool running_ = false;
+    bool screenLocked_ = false;
+
+    std::optional<std::int64_t> currentActivityID_;
+    std::optional<std::string> lastTitle_;
+    bool isIdle_ = false;
+    std::optional<TimePoint> idleSince_;
+    std::optional<TimePoint> pausedUntil_;
+};
+
+}  // namespace kvillo

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "core/time/time_point.h"
+
+namespace kvillo {
+
+// The application in front, as the desktop names it.
+struct FrontApplication {
+    std::optional<std::string> name;      // display name; none when it has none
+    std::optional<std::string> bundleID;  // stable identifier (a .desktop file id)
+    int processID = 0;                    // 0 when unknown
+    bool operator==(const FrontApplication&) const = default;
+};
+
+// What the activity monitor hears from the desktop. Each is called on the
+// monitor's thread; an adapter with nothing to say simply never calls it.
+struct DesktopEvents {
+    // Another application (or none) came to the front.
+    std::function<void(std::optional<FrontApplication>)> activated;
+    // The machine or the displays are about to sleep.
+    std::function<void()> willSleep;
+    // The screen locked (the login window is in front) and unlocked again.
+    std::function<void()> locked;
+    std::function<void()> unlocked;
+};
+
+// The platform services the activity monitor needs. Adapters implement it
+// for a desktop (X11, later Wayland compositors and macOS); tests fake it.
+class Desktop {
+public:
+    virtual ~Desktop() = default;
+
+    virtual std::optional<FrontApplication> frontApplication() = 0;
+    // The focused window's title; none when unreadable or empty.
+    virtual std::optional<std::string> windowTitle(const FrontApplication& application) = 0;
+    virtual Duration secondsSinceLastInput() = 0;
+    virtual bool isDisplayAsleep() = 0;
+
+    // Starts delivering events to `events` until unsubscribe().
+    virtual void subscribe(DesktopEvents events) = 0;
+    virtual void unsubscribe() = 0;
+};
+
+// The current time, injectable so the monitor can be driven with a fixed one.
+class Clock {
+public:
+    virtual ~Clock() = default;
+    virtual TimePoint now() = 0;
+};
+
+// A repeating timer on the monitor's thread.
+class RepeatingTimer {
+public:
+    virtual ~RepeatingTimer() = default;
+    virtual void start(Duration interval, std::function<void()> tick) = 0;
+    virtual void stop() = 0;
+};
+
+}  // namespace kvillo

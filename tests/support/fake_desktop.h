@@ -1,0 +1,103 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "core/capture/desktop.h"
+
+namespace kvillo::testing {
+
+// A desktop the test sets by hand: the front application, titles per
+// process, idle seconds, display sleep; events are sent with the methods
+// below as the real adapters would.
+class FakeDesktop : public Desktop {
+public:
+    std::optional<FrontApplication> front;
+    std::map<int, std::optional<std::string>> titles;  // by process id
+    Duration idleSeconds = 0;
+    bool displayAsleep = false;
+    bool subscribed = false;
+
+    std::optional<FrontApplication> frontApplication() override { return front; }
+    std::optional<std::string> windowTitle(const FrontApplication& application) override {
+        auto found = titles.find(application.processID);
+        return found == titles.end() ? std::nullopt : found->second;
+    }
+    Duration secondsSinceLastInput() override { return idleSeconds; }
+    bool isDisplayAsleep() override { return displayAsleep; }
+    void subscribe(DesktopEvents events) override {
+        events_ = std::move(events);
+        subscribed = true;
+    }
+    void unsubscribe() override {
+        events_ = {};
+        subscribed = false;
+    }
+
+    void activate(std::optional<FrontApplication> application) {
+        front = application;
+        if (events_.activated) {
+            events_.activated(application);
+        }
+    }
+    void sleep() {
+        if (events_.willSleep) {
+            events_.willSleep();
+        }
+    }
+    void lock() {
+        if (events_.locked) {
+            events_.locked();
+        }
+    }
+    void unlock() {
+        if (events_.unlocked) {
+            events_.unlocked();
+        }
+    }
+
+private:
+    DesktopEvents events_;
+};
+
+// A clock that only moves when told.
+class FakeClock : public Clock {
+public:
+    explicit FakeClock(TimePoint start) : now_(start) {}
+    TimePoint now() override { return now_; }
+    void advance(Duration seconds) { now_ += seconds; }
+
+private:
+    TimePoint now_;
+};
+
+// A timer whose ticks the test fires, moving the clock by the interval.
+class FakeTimer : public RepeatingTimer {
+public:
+    explicit FakeTimer(FakeClock& clock) : clock_(clock) {}
+    void start(Duration interval, std::function<void()> tick) override {
+        interval_ = interval;
+        tick_ = std::move(tick);
+    }
+    void stop() override { tick_ = nullptr; }
+    bool running() const { return static_cast<bool>(tick_); }
+    Duration interval() const { return interval_; }
+
+    // Advances the clock tick by tick over `seconds`, firing each tick.
+    void run(Duration seconds) {
+        for (Duration passed = 0; passed + interval_ <= seconds; passed += interval_) {
+            clock_.advance(interval_);
+            if (tick_) {
+                tick_();
+            }
+        }
+    }
+
+private:
+    FakeClock& clock_;
+    Duration interval_ = 0;
+    std::function<void()> tick_;
+};
+
+}  // namespace kvillo::testing
