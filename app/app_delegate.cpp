@@ -33,6 +33,10 @@ std::optional<std::string> AppDelegate::launch() {
 
     features_ = std::make_unique<Features>(paths_.settingsFile, fullUserName);
 
+    desktop_ = std::make_unique<LinuxDesktop>();
+    monitor_ = std::make_unique<ActivityMonitor>(*database_, *features_, *desktop_, clock_, timer_);
+    monitor_->start();
+
     mcpServer_ = std::make_unique<McpServer>(*database_, *features_,
                                              McpServerOptions{.port = options_.mcpPort});
     try {
@@ -46,6 +50,9 @@ std::optional<std::string> AppDelegate::launch() {
 void AppDelegate::shutdown() {
     if (mcpServer_) {
         mcpServer_->stop();
+    }
+    if (monitor_) {
+        monitor_->stop();
     }
 }
 

@@ -5,10 +5,13 @@
 #include <string>
 
 #include "app/command_line.h"
+#include "core/capture/activity_monitor.h"
+#include "core/capture/system_clock.h"
 #include "core/mcp/mcp_server.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
 #include "platform/linux/app_paths.h"
+#include "platform/linux/linux_desktop.h"
 
 namespace kvillo {
 
@@ -22,13 +25,13 @@ public:
     ~AppDelegate();
 
     // The launch sequence: brand font (not headless), data folder, database,
-    // settings, MCP server. Returns the one-line reason when the program
+    // settings, activity monitor, MCP server. Returns the one-line reason when the program
     // cannot run (the database cannot be opened); nothing has been started
     // then. A server that cannot listen is reported on stderr and left off.
     std::optional<std::string> launch();
 
-    // The shutdown sequence: the server stops first. Runs once, just before
-    // the event loop returns.
+    // The shutdown sequence: the server stops, then the monitor, which ends
+    // the open activity now. Runs once, just before the event loop returns.
     void shutdown();
 
 private:
@@ -36,6 +39,10 @@ private:
     AppPaths paths_;
     std::unique_ptr<Database> database_;
     std::unique_ptr<Features> features_;
+    std::unique_ptr<LinuxDesktop> desktop_;
+    SystemClock clock_;
+    QtRepeatingTimer timer_;
+    std::unique_ptr<ActivityMonitor> monitor_;
     std::unique_ptr<McpServer> mcpServer_;
 };
 

@@ -14,9 +14,11 @@ packages=(
   libasio-dev
   libcurl4-openssl-dev
   qt6-base-dev qt6-declarative-dev
-  libx11-dev libxss-dev libxcb1-dev libxcb-screensaver0-dev libxcb-dpms0-dev
+  libx11-dev libx11-xcb-dev libxcb1-dev libxcb-screensaver0-dev libxcb-dpms0-dev
+  xvfb openbox xdotool x11-utils python3-xlib
+  dbus python3-dbusmock
   libgtest-dev libgmock-dev libbenchmark-dev
-  xvfb xauth fontconfig
+  xauth fontconfig
 )
 case "${1:-}" in
   fuzz) packages+=(clang libclang-rt-14-dev) ;;

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+
+#include "core/capture/desktop.h"
+#include "platform/linux/session_watcher.h"
+#include "platform/linux/x11_session.h"
+
+namespace kvillo {
+
+// The desktop services for a Linux session: windows, idle time and display
+// sleep from X11, sleep and locking from the session bus. Without an X
+// display there is no front application and nothing is recorded.
+// Main thread only.
+class LinuxDesktop : public QObject, public Desktop {
+    Q_OBJECT
+public:
+    LinuxDesktop();
+    ~LinuxDesktop() override;
+
+    std::optional<FrontApplication> frontApplication() override;
+    std::optional<std::string> windowTitle(const FrontApplication& application) override;
+    Duration secondsSinceLastInput() override;
+    bool isDisplayAsleep() override;
+    void subscribe(DesktopEvents events) override;
+    void unsubscribe() override;
+
+private:
+    std::unique_ptr<X11Session> x11_;  // null without a display
+    SessionWatcher session_;
+    DesktopEvents events_;
+};
+
+// The tick on the Qt event loop.
+class QtRepeatingTimer : public RepeatingTimer {
+public:
+    void start(Duration interval, std::function<void()> tick) override;
+    void stop() override;
+
+private:
+    QTimer timer_;
+    QMetaObject::Connection connection_;
+};
+
+}  // namespace kvillo
