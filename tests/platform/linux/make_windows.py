@@ -16,8 +16,8 @@ net_wm_name = screen_display.intern_atom("_NET_WM_NAME")
 net_wm_pid = screen_display.intern_atom("_NET_WM_PID")
 
 windows = []
-for spec in sys.argv[1:]:
-    instance, class_name, title, kind, pid = spec.split("|")
+for description in sys.argv[1:]:
+    instance, class_name, title, kind, pid = description.split("|")
     window = screen.root.create_window(10, 10, 200, 100, 0, screen.root_depth, X.InputOutput,
                                        X.CopyFromParent, background_pixel=screen.white_pixel,
                                        event_mask=X.StructureNotifyMask)
