@@ -41,6 +41,9 @@ std::optional<std::string> AppDelegate::launch() {
                                              McpServerOptions{.port = options_.mcpPort});
     try {
         mcpServer_->start();
+        for (const auto& address : mcpServer_->unavailableAddresses()) {
+            std::cerr << "kvillo: the MCP server is not reachable on " << address << "\n";
+        }
     } catch (const McpServerError& error) {
         std::cerr << "kvillo: the MCP server is off: " << error.what() << "\n";
     }

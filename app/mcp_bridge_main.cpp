@@ -28,7 +28,15 @@ int main() {
             if (line.find_first_not_of(" \t") == std::string::npos) {
                 continue;
             }
-            if (auto answer = dispatcher.handleBody(line)) {
+            std::optional<std::string> answer;
+            try {
+                answer = dispatcher.handleBody(line);
+            } catch (const std::exception& error) {
+                // One bad message must not end the session.
+                std::cerr << "kvillo-mcp: " << error.what() << "\n";
+                continue;
+            }
+            if (answer) {
                 std::cout << *answer << '\n' << std::flush;
             }
         }

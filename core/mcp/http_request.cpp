@@ -99,13 +99,21 @@ ParseResult parseHttpRequest(std::string_view buffer, const HttpLimits& limits) 
         return result;
     }
     std::string_view head = buffer.substr(0, headEnd);
-    if (!isValidUtf8(head)) {
+    // A malformed head waits for the client to finish, like an incomplete
+    // one, but not for ever more bytes.
+    auto malformed = [&] {
+        if (buffer.size() > limits.maxHeadBytes + limits.maxBodyBytes + kHeadEnd.size()) {
+            result.status = ParseStatus::bodyTooLarge;
+        }
         return result;
+    };
+    if (!isValidUtf8(head)) {
+        return malformed();
     }
     auto lines = split(head, "\r\n");
     auto requestLine = split(lines.front(), " ");
     if (requestLine.size() < 2) {
-        return result;
+        return malformed();
     }
     HttpRequest& request = result.request;
     request.method = requestLine[0];

@@ -23,6 +23,8 @@ const char* reasonPhrase(int status) {
             return "Unsupported Media Type";
         case 421:
             return "Misdirected Request";
+        case 500:
+            return "Internal Server Error";
         default:
             return "OK";
     }

@@ -28,6 +28,39 @@ Json parseError(const std::string& reason) {
     return errorResponse(std::nullopt, JsonRpcCode::parseError, "Parse error: " + reason);
 }
 
+// Deeper nesting than any request needs would only cost stack in the
+// recursive copies and destruction of the parsed value.
+constexpr int kMaxNesting = 64;
+// One batch runs on the server's only thread; a long one would hold up
+// every other client.
+constexpr size_t kMaxBatch = 100;
+
+bool nestsTooDeep(std::string_view body) {
+    int depth = 0;
+    bool inString = false;
+    bool escaped = false;
+    for (char c : body) {
+        if (inString) {
+            if (escaped) {
+                escaped = false;
+            } else if (c == '\\') {
+                escaped = true;
+            } else if (c == '"') {
+                inString = false;
+            }
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > kMaxNesting) {
+                return true;
+            }
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 McpDispatcher::McpDispatcher(Database& database, const Features& features,
@@ -35,10 +68,14 @@ McpDispatcher::McpDispatcher(Database& database, const Features& features,
     : database_(database), features_(features), clock_(clock), tools_(database, clock) {}
 
 std::optional<std::string> McpDispatcher::handleBody(std::string_view body) {
+    if (nestsTooDeep(body)) {
+        return writeJson(parseError("nested deeper than " + std::to_string(kMaxNesting) + " levels"));
+    }
     Json message;
     try {
         message = Json::parse(body);
-    } catch (const Json::parse_error& error) {
+    } catch (const Json::exception& error) {
+        // Syntax errors, and numbers beyond any double, alike.
         return writeJson(parseError(error.what()));
     }
     if (!message.is_array()) {
@@ -47,6 +84,10 @@ std::optional<std::string> McpDispatcher::handleBody(std::string_view body) {
     }
     if (message.empty()) {
         return writeJson(parseError("empty batch"));
+    }
+    if (message.size() > kMaxBatch) {
+        return writeJson(parseError("a batch holds at most " + std::to_string(kMaxBatch) +
+                                    " requests"));
     }
     Json responses = Json::array();
     for (const auto& element : message) {

@@ -19,6 +19,10 @@ constexpr std::size_t kReadChunk = 65536;
 // After answering, unread bytes from the client are drained for this long so
 // that closing does not reset the connection under the answer.
 constexpr std::chrono::seconds kLinger{2};
+// A client that does not read its answer is dropped after this long.
+constexpr std::chrono::seconds kWriteTimeout{30};
+// After a failed accept (out of file descriptors, say), before trying again.
+constexpr std::chrono::milliseconds kAcceptBackoff{100};
 
 }  // namespace
 
@@ -32,6 +36,7 @@ public:
     void start();
     void stop();
     std::uint16_t boundPort() const { return boundPort_; }
+    const std::vector<std::string>& unavailable() const { return unavailable_; }
 
 private:
     class Connection;
@@ -46,6 +51,7 @@ private:
     std::vector<std::unique_ptr<tcp::acceptor>> acceptors_;
     std::thread thread_;
     std::uint16_t boundPort_ = 0;
+    std::vector<std::string> unavailable_;
 };
 
 // One client: read until a whole request (or a limit, or the deadline),
@@ -85,7 +91,14 @@ private:
         ParseResult parsed = parseHttpRequest(buffer_, server_.options_.limits);
         switch (parsed.status) {
             case ParseStatus::complete:
-                answer(server_.handler_.respond(parsed.request));
+                try {
+                    answer(server_.handler_.respond(parsed.request));
+                } catch (const std::exception&) {
+                    // Whatever one request does, the server goes on.
+                    answer(HttpResponse{.status = 500,
+                                        .body = std::string("Internal error"),
+                                        .contentType = "text/plain"});
+                }
                 return;
             case ParseStatus::headTooLarge:
             case ParseStatus::bodyTooLarge:
@@ -105,6 +118,13 @@ private:
 
     void answer(const HttpResponse& response) {
         answered_ = true;
+        // The request deadline is over; the answer gets its own.
+        deadline_.expires_after(kWriteTimeout);
+        deadline_.async_wait([self = shared_from_this()](std::error_code error) {
+            if (!error) {
+                self->close();
+            }
+        });
         auto bytes = std::make_shared<std::string>(serialize(response));
         asio::async_write(socket_, asio::buffer(*bytes),
                           [self = shared_from_this(), bytes](std::error_code, std::size_t) {
@@ -172,6 +192,10 @@ void McpServer::Impl::start() {
         }
         if (error) {
             lastError = error.message();
+            if (error == asio::error::address_in_use) {
+                unavailable_.push_back(address.to_string() + " port " + std::to_string(port) +
+                                       ": " + error.message());
+            }
             continue;
         }
         // With port 0 the first address picks the port and the second follows it.
@@ -194,13 +218,20 @@ void McpServer::Impl::accept(tcp::acceptor& acceptor) {
         if (error == asio::error::operation_aborted) {
             return;  // stopping
         }
-        if (!error) {
-            if (openConnections_ >= options_.maxConnections) {
-                std::error_code ignored;
-                socket.close(ignored);
-            } else {
-                std::make_shared<Connection>(*this, std::move(socket))->start();
-            }
+        if (error) {
+            auto pause = std::make_shared<asio::steady_timer>(io_, kAcceptBackoff);
+            pause->async_wait([this, &acceptor, pause](std::error_code waited) {
+                if (!waited) {
+                    accept(acceptor);
+                }
+            });
+            return;
+        }
+        if (openConnections_ >= options_.maxConnections) {
+            std::error_code ignored;
+            socket.close(ignored);
+        } else {
+            std::make_shared<Connection>(*this, std::move(socket))->start();
         }
         accept(acceptor);
     });
@@ -228,6 +259,10 @@ McpServer::McpServer(Database& database, const Features& features, McpServerOpti
 McpServer::~McpServer() { stop(); }
 
 std::uint16_t McpServer::boundPort() const { return impl_->boundPort(); }
+
+const std::vector<std::string>& McpServer::unavailableAddresses() const {
+    return impl_->unavailable();
+}
 
 std::string McpServer::endpointURL() const {
     return "http://localhost:" + std::to_string(options_.port) + "/mcp";

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "core/mcp/http_request.h"
 #include "core/settings/features.h"
@@ -41,6 +42,11 @@ public:
     // The configured port, and the one actually listened on.
     std::uint16_t port() const { return options_.port; }
     std::uint16_t boundPort() const;
+
+    // After start(): the loopback addresses that could not be had because
+    // another program holds the port ("127.0.0.1 port 7384: Address already
+    // in use"). Clients reaching localhost there would talk to that program.
+    const std::vector<std::string>& unavailableAddresses() const;
 
     // "http://localhost:7384/mcp".
     std::string endpointURL() const;

@@ -16,6 +16,7 @@ namespace kvillo {
 namespace {
 
 constexpr int kMaxRangeDays = 92;
+constexpr double kMaxBackdating = 10 * 366 * 86400.0;
 constexpr int kAnnotationLimit = 100;
 constexpr const char* kNoProjects = "No projects yet. Use save_project to add one.";
 constexpr const char* kNoProject = "No project";
@@ -122,7 +123,9 @@ std::optional<Duration> McpTools::parseDuration(std::string_view input) {
         total = *value * 60;
     }
     if (total > 0) {
-        return total;
+        // Backdating by more than a few years is a mistake, and a larger
+        // number would overflow every date computed from it.
+        return std::min(total, kMaxBackdating);
     }
     return std::nullopt;
 }

@@ -1,5 +1,6 @@
 #include "core/time/iso8601.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <ctime>
@@ -37,7 +38,10 @@ std::string format(TimePoint t) {
     // Calendar arithmetic and plain digits instead of gmtime and strftime:
     // reports write hundreds of these per request.
     using namespace std::chrono;
-    sys_seconds instant{seconds{static_cast<long long>(std::floor(t))}};
+    // Years 0001 to 9999: the form has four digits for them.
+    constexpr double kFirst = -62135596800.0, kLast = 253402300799.0;
+    double bounded = std::isfinite(t) ? std::clamp(std::floor(t), kFirst, kLast) : 0;
+    sys_seconds instant{seconds{static_cast<long long>(bounded)}};
     auto day = floor<days>(instant);
     year_month_day date{day};
     hh_mm_ss clock{instant - day};

@@ -30,6 +30,7 @@ TEST(McpBridge, AnswersLineByLineAndSharesTheStore) {
         R"({"jsonrpc":"2.0","method":"notifications/initialized"})"
         "\n"
         "this is not json\n"
+        "[1e400]\n"
         "\n"
         R"({"jsonrpc":"2.0","id":"b","method":"tools/call","params":{"name":"annotate","arguments":{"text":"Via stdio"}}})"
         "\r\n";
@@ -41,12 +42,13 @@ TEST(McpBridge, AnswersLineByLineAndSharesTheStore) {
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_EQ(result.error, "");
     auto lines = answerLines(result.output);
-    ASSERT_EQ(lines.size(), 3u) << result.output;
+    ASSERT_EQ(lines.size(), 4u) << result.output;
     EXPECT_EQ(lines[0]["result"]["protocolVersion"], "2025-06-18");
     EXPECT_EQ(lines[1]["error"]["code"], -32700);
     EXPECT_FALSE(lines[1].contains("id"));
-    EXPECT_EQ(lines[2]["id"], "b");
-    EXPECT_TRUE(lines[2]["result"]["content"][0]["text"].get<std::string>().starts_with(
+    EXPECT_EQ(lines[2]["error"]["code"], -32700);
+    EXPECT_EQ(lines[3]["id"], "b");
+    EXPECT_TRUE(lines[3]["result"]["content"][0]["text"].get<std::string>().starts_with(
         "Annotation started: Via stdio"));
 
     Database db(home.file("data/Kvillo/activities.db"));

@@ -58,6 +58,12 @@ TEST(HttpRequestParser, LimitsStopHugeHeadsAndBodies) {
               ParseStatus::headTooLarge);
     EXPECT_EQ(parseHttpRequest("POST /mcp\r\nContent-Length: 11\r\n\r\n", limits).status,
               ParseStatus::bodyTooLarge);
+    // A malformed head does not let the client send without end either.
+    // (64 + 10 + 4 bytes may wait for the client; one more may not.)
+    EXPECT_EQ(parseHttpRequest("X\r\n\r\n" + std::string(73, 'z'), limits).status,
+              ParseStatus::incomplete);
+    EXPECT_EQ(parseHttpRequest("X\r\n\r\n" + std::string(74, 'z'), limits).status,
+              ParseStatus::bodyTooLarge);
     EXPECT_EQ(parseHttpRequest("POST /mcp\r\nContent-Length: 99999999999999999999999\r\n\r\n",
                                limits)
                   .status,

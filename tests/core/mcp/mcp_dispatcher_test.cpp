@@ -28,6 +28,39 @@ TEST_F(Dispatcher, ErrorsAndIdsKeepTheirForm) {
               -32700);
 }
 
+TEST_F(Dispatcher, HostileBodiesGetParseErrors) {
+    struct Row {
+        const char* name;
+        std::string body;
+    };
+    const Row rows[] = {
+        {"number beyond a double", R"({"jsonrpc":"2.0","id":1,"method":"ping","params":1e400})"},
+        {"negative one too", "[-1e400]"},
+        {"nesting bomb in params",
+         R"({"jsonrpc":"2.0","id":1,"method":"tools/call","params":)" + std::string(100000, '[')},
+        {"oversized batch",
+         "[" + std::string(R"({"jsonrpc":"2.0","id":1,"method":"ping"},)").append(100 * 41, ' ') +
+             [] {
+                 std::string batch;
+                 for (int i = 0; i < 101; ++i) {
+                     batch += std::string(i ? "," : "") + R"({"jsonrpc":"2.0","id":1,"method":"ping"})";
+                 }
+                 return batch;
+             }() + "]"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        auto answer = dispatcher_.handleBody(row.body);
+        ASSERT_TRUE(answer);
+        EXPECT_EQ(Json::parse(*answer)["error"]["code"], -32700);
+    }
+    // A string full of brackets is not nesting.
+    auto quoted = Json::parse(*dispatcher_.handleBody(
+        R"({"jsonrpc":"2.0","id":1,"method":"tools/call","params":{"name":"search_activities","arguments":{"query":")" +
+        std::string(200, '[') + R"("}}})"));
+    EXPECT_EQ(quoted["result"]["isError"], false);
+}
+
 TEST_F(Dispatcher, NotificationsAndBatches) {
     EXPECT_FALSE(dispatcher_.handleBody(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"));
     EXPECT_FALSE(dispatcher_.handleBody(R"({"jsonrpc":"2.0","id":null,"method":"tools/call",

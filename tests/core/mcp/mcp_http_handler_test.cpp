@@ -49,9 +49,12 @@ TEST_F(HttpHandler, PostAnswersJsonAndNotificationsGet202) {
               "HTTP/1.1 200 OK\r\nContent-Type: application/json; charset=utf-8\r\n"
               "Content-Length: 36\r\nConnection: close\r\n\r\n"
               R"({"jsonrpc":"2.0","id":7,"result":{}})");
-    EXPECT_EQ(answer(post(R"({"jsonrpc":"2.0","method":"notifications/initialized"})")),
-              "HTTP/1.1 202 Accepted\r\nContent-Type: application/json; charset=utf-8\r\n"
-              "Content-Length: 0\r\nConnection: close\r\n\r\n");
+    for (const char* notifications : {R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
+                                      R"([{"jsonrpc":"2.0","method":"a"},{"jsonrpc":"2.0","method":"b"}])"}) {
+        EXPECT_EQ(answer(post(notifications)),
+                  "HTTP/1.1 202 Accepted\r\nContent-Type: application/json; charset=utf-8\r\n"
+                  "Content-Length: 0\r\nConnection: close\r\n\r\n");
+    }
     // Parameters after the media type are fine.
     EXPECT_TRUE(answer(post("{}", "").replace(post("{}").find("application/json"), 16,
                                               "Application/JSON; charset=utf-8"))

@@ -150,6 +150,34 @@ TEST_F(Server, OversizedRequestsAre413) {
     EXPECT_TRUE(bigHead.receiveAll().starts_with("HTTP/1.1 413"));
 }
 
+TEST_F(Server, AnAnswerOutlastsTheRequestDeadline) {
+    // A client that takes most of the deadline to send gets all of a large
+    // answer, however slowly it reads it.
+    RawClient client(port());
+    std::this_thread::sleep_for(400ms);
+    std::string batch = "[";
+    for (int i = 0; i < 100; ++i) {
+        batch += std::string(i ? "," : "") + R"({"jsonrpc":"2.0","id":1,"method":"tools/list"})";
+    }
+    client.send(post(batch + "]"));
+    std::this_thread::sleep_for(300ms);  // past the 500 ms request deadline
+    std::string answer = client.receiveAll();
+    size_t headEnd = answer.find("\r\n\r\n");
+    ASSERT_NE(headEnd, std::string::npos);
+    size_t lengthAt = answer.find("Content-Length: ") + 16;
+    EXPECT_EQ(answer.size() - headEnd - 4, std::stoul(answer.substr(lengthAt)));
+}
+
+TEST_F(Server, AMalformedHeadCannotGrowWithoutEnd) {
+    RawClient client(port());
+    client.send("X\r\n\r\n");
+    std::string chunk(64 * 1024, 'z');
+    for (int i = 0; i < 20; ++i) {  // more than head and body limits together
+        client.send(chunk);
+    }
+    EXPECT_TRUE(client.receiveAll().starts_with("HTTP/1.1 413"));
+}
+
 TEST_F(Server, AFloodOfIdleConnectionsDoesNotStarveRealClients) {
     std::vector<std::unique_ptr<RawClient>> idle;
     for (int i = 0; i < 80; ++i) {
@@ -181,6 +209,35 @@ TEST_F(Server, ABurstOfConcurrentClientsIsAllAnswered) {
         EXPECT_NE(answer.find(R"("id":)" + std::to_string(i) + ","), std::string::npos) << answer;
     }
     EXPECT_EQ(db_.fetchAnnotations(0, 4e9).size(), 48u);
+}
+
+TEST(ServerStart, AnAddressTakenByAnotherProgramIsReported) {
+    testing::TempFolder folder;
+    Database db(folder.file("activities.db"));
+    Features features(folder.file("settings.json"), [] { return std::string(); });
+    int blocker = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::bind(blocker, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(blocker, 1), 0);
+    socklen_t length = sizeof address;
+    ::getsockname(blocker, reinterpret_cast<sockaddr*>(&address), &length);
+    std::uint16_t taken = ntohs(address.sin_port);
+
+    McpServer server(db, features, {.port = taken});
+    bool listening = true;
+    try {
+        server.start();  // ::1 may still be had
+    } catch (const McpServerError&) {
+        listening = false;  // a machine without IPv6 loopback
+    }
+    if (listening) {
+        ASSERT_EQ(server.unavailableAddresses().size(), 1u);
+        EXPECT_EQ(server.unavailableAddresses()[0],
+                  "127.0.0.1 port " + std::to_string(taken) + ": Address already in use");
+    }
+    ::close(blocker);
 }
 
 TEST(ServerStart, ATakenPortIsReportedAndNothingListens) {

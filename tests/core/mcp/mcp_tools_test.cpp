@@ -129,9 +129,12 @@ TEST_F(Tools, AnnotateStartsBackdatedTasksAndEndsThem) {
     EXPECT_EQ(tool("annotate", {{"text", "Now"}, {"duration", "soon"}}),
               "Annotation started: Now (since 2026-11-23T14:00:00Z)");
     EXPECT_EQ(db_.currentAnnotation()->text, "Now");
+    // Absurd backdating is cut to 3660 days rather than overflowing.
+    EXPECT_EQ(tool("annotate", {{"text", "Old"}, {"duration", "999999999999999h999999999999999h"}}),
+              "Annotation started: Old (since 2016-11-15T14:00:00Z)");
     EXPECT_EQ(tool("annotate", {{"text", "  "}}), "Ended current annotation.");
     EXPECT_FALSE(db_.currentAnnotation());
-    EXPECT_TRUE(tool("get_annotations").starts_with("Annotations (4):"));
+    EXPECT_TRUE(tool("get_annotations").starts_with("Annotations (5):"));
 }
 
 TEST(McpToolsArguments, DurationsReadHoursMinutesAndBareMinutes) {
