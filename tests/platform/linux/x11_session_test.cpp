@@ -24,8 +24,8 @@ using testing::TempFolder;
 
 // A private X server with a window manager, applications described by
 // .desktop files in a temporary XDG data folder, and three windows:
-// an editor with a UTF-8 title, a notes program with a Latin-1 WM_NAME, and
-// a program no .desktop file knows.
+// an editor with a UTF-8 title, a notes program with a Latin-1 WM_NAME, a
+// program no .desktop file knows, and an old one titled in COMPOUND_TEXT.
 class X11 : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -61,11 +61,12 @@ protected:
             {"/usr/bin/python3", std::string(SOURCE_DIR) + "/make_windows.py",
              "exampleeditor|ExampleEditor|main.cpp \u2014 Editor|net|4242",
              "example-notes|Notes|Caf\u00e9 notes|latin1|4343",
-             "mystery|Mystery Tool|Secret|net|4444"});
+             "mystery|Mystery Tool|Secret|net|4444",
+             "legacy|Legacy|Gammel caf\u00e9|ctext|4545"});
         ASSERT_TRUE(eventually(
             [] {
                 std::string output = windows_->standardOutput();
-                return std::count(output.begin(), output.end(), '\n') == 3;
+                return std::count(output.begin(), output.end(), '\n') == 4;
             },
             10s))
             << windows_->standardError();
@@ -109,7 +110,7 @@ protected:
     static ChildProcess* xvfb_;
     static ChildProcess* openbox_;
     static ChildProcess* windows_;
-    static std::string ids_[3];
+    static std::string ids_[4];
     static QCoreApplication* application_;
 };
 
@@ -117,7 +118,7 @@ TempFolder* X11::home_ = nullptr;
 ChildProcess* X11::xvfb_ = nullptr;
 ChildProcess* X11::openbox_ = nullptr;
 ChildProcess* X11::windows_ = nullptr;
-std::string X11::ids_[3];
+std::string X11::ids_[4];
 QCoreApplication* X11::application_ = nullptr;
 
 TEST_F(X11, NamesApplicationsByTheirDesktopFiles) {
@@ -132,6 +133,7 @@ TEST_F(X11, NamesApplicationsByTheirDesktopFiles) {
         {0, "Redigerer", "org.example.Editor", "main.cpp \u2014 Editor", 4242},
         {1, "Notes, daily", "example-notes", "Caf\u00e9 notes", 4343},
         {2, "Mystery Tool", std::nullopt, "Secret", 4444},
+        {3, "Legacy", std::nullopt, "Gammel caf\u00e9", 4545},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.window);
@@ -143,6 +145,7 @@ TEST_F(X11, NamesApplicationsByTheirDesktopFiles) {
         EXPECT_EQ(front->processID, row.pid);
         EXPECT_EQ(session.activeWindowTitle(), row.title);
     }
+    activate(2);
     auto retitle = testing::runProcess({"xprop", "-id", ids_[2], "-f", "_NET_WM_NAME", "8u",
                                         "-set", "_NET_WM_NAME", "Ny tittel \u00e6\u00f8\u00e5"});
     ASSERT_EQ(retitle.status, 0) << retitle.error;
