@@ -1,14 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <csignal>
 #include <filesystem>
 #include <regex>
 
+#include "tests/support/port_blocker.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
 
@@ -110,26 +106,8 @@ TEST(Program, TheTrayProgramAlsoEndsCleanlyOnSigterm) {
 
 TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {
     TempFolder home;
-    int blocker = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(::bind(blocker, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::listen(blocker, 1), 0);
-    socklen_t length = sizeof address;
-    ::getsockname(blocker, reinterpret_cast<sockaddr*>(&address), &length);
-    std::string port = std::to_string(ntohs(address.sin_port));
-    // Take the IPv6 loopback port too where there is one.
-    int blocker6 = ::socket(AF_INET6, SOCK_STREAM, 0);
-    sockaddr_in6 address6{};
-    address6.sin6_family = AF_INET6;
-    address6.sin6_addr = in6addr_loopback;
-    address6.sin6_port = address.sin_port;
-    int v6only = 1;
-    ::setsockopt(blocker6, IPPROTO_IPV6, IPV6_V6ONLY, &v6only, sizeof v6only);
-    if (::bind(blocker6, reinterpret_cast<sockaddr*>(&address6), sizeof address6) == 0) {
-        ::listen(blocker6, 1);
-    }
+    testing::PortBlocker blocker(/*alsoIpv6=*/true);
+    std::string port = std::to_string(blocker.port());
 
     ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", port}, homeIn(home));
     ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); },
@@ -139,8 +117,6 @@ TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {
                                           port + ": Address already in use\n");
     kvillo.signal(SIGTERM);
     EXPECT_EQ(kvillo.wait(10s), 0);
-    ::close(blocker);
-    ::close(blocker6);
 }
 
 TEST(Program, WithoutADisplayTheTrayProgramAsksForHeadless) {

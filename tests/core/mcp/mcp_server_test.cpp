@@ -12,6 +12,7 @@
 
 #include "core/mcp/mcp_server.h"
 #include "core/mcp/mcp_server_error.h"
+#include "tests/support/port_blocker.h"
 #include "tests/support/temp_folder.h"
 
 namespace kvillo {
@@ -215,15 +216,8 @@ TEST(ServerStart, AnAddressTakenByAnotherProgramIsReported) {
     testing::TempFolder folder;
     Database db(folder.file("activities.db"));
     Features features(folder.file("settings.json"), [] { return std::string(); });
-    int blocker = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(::bind(blocker, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::listen(blocker, 1), 0);
-    socklen_t length = sizeof address;
-    ::getsockname(blocker, reinterpret_cast<sockaddr*>(&address), &length);
-    std::uint16_t taken = ntohs(address.sin_port);
+    testing::PortBlocker blocker(/*alsoIpv6=*/false);
+    std::uint16_t taken = blocker.port();
 
     McpServer server(db, features, {.port = taken});
     bool listening = true;
@@ -237,7 +231,6 @@ TEST(ServerStart, AnAddressTakenByAnotherProgramIsReported) {
         EXPECT_EQ(server.unavailableAddresses()[0],
                   "127.0.0.1 port " + std::to_string(taken) + ": Address already in use");
     }
-    ::close(blocker);
 }
 
 TEST(ServerStart, ATakenPortIsReportedAndNothingListens) {
