@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <iostream>
 
-#include "app/brand_font.h"
 #include "core/mcp/mcp_server_error.h"
 #include "platform/linux/user_account.h"
 
@@ -15,10 +14,6 @@ AppDelegate::AppDelegate(RunProgram options)
 AppDelegate::~AppDelegate() = default;
 
 std::optional<std::string> AppDelegate::launch() {
-    if (!options_.headless) {
-        BrandFont::registerFonts();
-    }
-
     // An existing folder is fine, and any other failure shows up as the
     // database failing to open, which is reported with its path.
     std::error_code ignored;

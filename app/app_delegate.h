@@ -24,8 +24,9 @@ public:
     explicit AppDelegate(RunProgram options);
     ~AppDelegate();
 
-    // The launch sequence: brand font (not headless), data folder, database,
-    // settings, activity monitor, MCP server. Returns the one-line reason when the program
+    // The launch sequence: data folder, database, settings, activity
+    // monitor, MCP server (the brand font is registered with the tray's
+    // application, before this). Returns the one-line reason when the program
     // cannot run (the database cannot be opened); nothing has been started
     // then. A server that cannot listen is reported on stderr and left off.
     std::optional<std::string> launch();

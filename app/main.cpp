@@ -1,4 +1,3 @@
-#include <QApplication>
 #include <QCoreApplication>
 
 #include <csignal>
@@ -9,6 +8,7 @@
 
 #include "app/app_delegate.h"
 #include "app/command_line.h"
+#include "app/gui_module.h"
 #include "app/timesheet_command.h"
 #include "app/unix_signal_watcher.h"
 
@@ -19,7 +19,7 @@ bool hasGraphicalSession() {
            std::getenv("QT_QPA_PLATFORM");
 }
 
-int runProgram(int argc, char** argv, kvillo::RunProgram options) {
+int runProgram(int& argc, char** argv, kvillo::RunProgram options) {
     std::unique_ptr<QCoreApplication> application;
     if (options.headless) {
         application = std::make_unique<QCoreApplication>(argc, argv);
@@ -29,9 +29,12 @@ int runProgram(int argc, char** argv, kvillo::RunProgram options) {
                          "use --headless to run without a tray icon\n";
             return 1;
         }
-        auto gui = std::make_unique<QApplication>(argc, argv);
-        gui->setQuitOnLastWindowClosed(false);
-        application = std::move(gui);
+        auto gui = kvillo::makeGuiApplication(argc, argv);
+        if (auto* reason = std::get_if<std::string>(&gui)) {
+            std::cerr << "kvillo: " << *reason << "; use --headless to run without a tray icon\n";
+            return 1;
+        }
+        application = std::move(std::get<std::unique_ptr<QCoreApplication>>(gui));
     }
     QCoreApplication::setApplicationName(QStringLiteral("kvillo"));
 
