@@ -22,8 +22,7 @@ std::optional<std::string> AppDelegate::launch() {
     try {
         database_ = std::make_unique<Database>(paths_.databaseFile);
     } catch (const DatabaseError& error) {
-        return "kvillo: cannot open the database " + paths_.databaseFile + ": " +
-               error.message();
+        return "kvillo: cannot open the database " + paths_.databaseFile + ": " + error.message();
     }
 
     features_ = std::make_unique<Features>(paths_.settingsFile, fullUserName);

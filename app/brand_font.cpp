@@ -19,6 +19,8 @@ void registerFonts() {
     available = QFontDatabase::families().contains(QLatin1String(kFamily));
 }
 
-bool isAvailable() { return available; }
+bool isAvailable() {
+    return available;
+}
 
 }  // namespace kvillo::BrandFont

@@ -124,6 +124,8 @@ std::string usageText() {
            "Stop Kvillo from the tray menu, or with Ctrl+C or SIGTERM.\n";
 }
 
-std::string versionText() { return std::string("kvillo ") + KVILLO_VERSION; }
+std::string versionText() {
+    return std::string("kvillo ") + KVILLO_VERSION;
+}
 
 }  // namespace kvillo

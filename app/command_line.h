@@ -14,7 +14,7 @@ namespace kvillo {
 // What the command line asks for. Parsed before any Qt object exists, so
 // `--help`, `--version` and the timesheet export work without a display.
 struct RunProgram {
-    bool headless = false;  // no tray icon and no windows: capture and server only
+    bool headless = false;         // no tray icon and no windows: capture and server only
     std::uint16_t mcpPort = 7384;  // 0 lets the system pick a free port
 };
 struct ShowHelp {};

@@ -1,8 +1,8 @@
 #include <QCoreApplication>
 
 #include <csignal>
-#include <ctime>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 #include <memory>
 

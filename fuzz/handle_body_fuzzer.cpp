@@ -15,7 +15,8 @@ namespace {
 
 struct Setup {
     Setup() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kvillo-fuzz-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "kvillo-fuzz-XXXXXX").string();
         folder = ::mkdtemp(pattern.data());
         database = std::make_unique<kvillo::Database>(folder + "/activities.db");
         database->saveProject("Skarvelin", {"kraftnod", "skarvelin-web"});
@@ -24,9 +25,9 @@ struct Setup {
                                           .startTime = 1795420000,
                                           .endTime = 1795423600});
         features = std::make_unique<kvillo::Features>(folder + "/settings.json",
-                                                       [] { return std::string("Fuzz"); });
+                                                      [] { return std::string("Fuzz"); });
         dispatcher = std::make_unique<kvillo::McpDispatcher>(*database, *features,
-                                                              [] { return 1795428000.0; });
+                                                             [] { return 1795428000.0; });
     }
     ~Setup() { std::filesystem::remove_all(folder); }
 

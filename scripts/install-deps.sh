@@ -19,6 +19,7 @@ packages=(
   dbus python3-dbusmock
   libgtest-dev libgmock-dev libbenchmark-dev
   xauth fontconfig
+  clang-format
 )
 case "${1:-}" in
   fuzz) packages+=(clang libclang-rt-14-dev) ;;

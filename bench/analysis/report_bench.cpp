@@ -26,19 +26,23 @@ constexpr int kKeywordsPerProject = 6;
 constexpr int kActivitiesPerDay = 600;
 constexpr int kAnnotationsPerMonth = 300;
 
-const char* const kWords[] = {"atlas", "boreal", "cobalt", "delta", "ember", "fjord",
-                              "glacier", "harbor", "indigo", "juniper", "krill", "lumen",
-                              "mistral", "nordic", "orbit", "polar", "quartz", "rune",
-                              "saga", "tundra", "umbra", "vega", "willow", "xenon", "yarrow"};
+const char* const kWords[] = {"atlas",  "boreal", "cobalt",  "delta", "ember", "fjord",   "glacier",
+                              "harbor", "indigo", "juniper", "krill", "lumen", "mistral", "nordic",
+                              "orbit",  "polar",  "quartz",  "rune",  "saga",  "tundra",  "umbra",
+                              "vega",   "willow", "xenon",   "yarrow"};
 
 struct App {
     const char* name;
     const char* bundleID;
 };
-constexpr App kApps[] = {{"Firefox", "firefox"},       {"Code", "code"},
-                         {"Terminal", "org.gnome.Terminal"}, {"Thunderbird", "thunderbird"},
-                         {"Slack", "com.slack.Slack"}, {"Files", "org.gnome.Nautilus"},
-                         {"LibreOffice Calc", "libreoffice-calc"}, {"Zoom", nullptr}};
+constexpr App kApps[] = {{"Firefox", "firefox"},
+                         {"Code", "code"},
+                         {"Terminal", "org.gnome.Terminal"},
+                         {"Thunderbird", "thunderbird"},
+                         {"Slack", "com.slack.Slack"},
+                         {"Files", "org.gnome.Nautilus"},
+                         {"LibreOffice Calc", "libreoffice-calc"},
+                         {"Zoom", nullptr}};
 
 std::string keyword(int project, int k) {
     return std::string(kWords[project]) + "-" + kWords[(project * 7 + k * 3 + 1) % kProjects];
@@ -108,9 +112,9 @@ private:
                            "end_time) VALUES (?, ?, ?, ?, ?);",
                            -1, &activity, nullptr);
         sqlite3_stmt* annotation = nullptr;
-        sqlite3_prepare_v2(
-            db, "INSERT INTO annotations (text, started_at, ended_at) VALUES (?, ?, ?);", -1,
-            &annotation, nullptr);
+        sqlite3_prepare_v2(db,
+                           "INSERT INTO annotations (text, started_at, ended_at) VALUES (?, ?, ?);",
+                           -1, &annotation, nullptr);
         std::mt19937 random(7384);
         std::uniform_int_distribution<int> app(0, std::size(kApps) - 1);
         std::uniform_int_distribution<int> length(5, 90);
@@ -190,8 +194,8 @@ void MonthReportAnalysisOnly(benchmark::State& state) {
     auto annotations = month().database().fetchAnnotations(month().start(), month().end());
     state.counters["activities"] = static_cast<double>(activities.size());
     for (auto _ : state) {
-        auto report = periods.analyse(activities, annotations, month().start(), month().end(),
-                                      inputs);
+        auto report =
+            periods.analyse(activities, annotations, month().start(), month().end(), inputs);
         benchmark::DoNotOptimize(report);
     }
 }
@@ -200,8 +204,8 @@ BENCHMARK(MonthReportAnalysisOnly)->Unit(benchmark::kMillisecond);
 void YearTimesheetLines(benchmark::State& state) {
     year();  // built before timing starts
     for (auto _ : state) {
-        auto lines = Timesheet::lines(year().database(), year().start(), year().end(),
-                                      std::nullopt, year().end());
+        auto lines = Timesheet::lines(year().database(), year().start(), year().end(), std::nullopt,
+                                      year().end());
         benchmark::DoNotOptimize(lines);
         state.counters["lines"] = static_cast<double>(lines.size());
     }
@@ -215,7 +219,8 @@ void YearTimesheetAnalysisOnly(benchmark::State& state) {
     auto activities = db.fetchActivities(year().start(), year().end());
     state.counters["activities"] = static_cast<double>(activities.size());
     for (auto _ : state) {
-        auto lines = Timesheet::lines(activities, annotations, projects, std::nullopt, year().end());
+        auto lines =
+            Timesheet::lines(activities, annotations, projects, std::nullopt, year().end());
         benchmark::DoNotOptimize(lines);
     }
 }

@@ -108,7 +108,9 @@ YearOfActivities& year() {
     return data;
 }
 
-TimePoint dayInTheMiddle() { return calendar::addDays(year().firstDay(), kDays / 2); }
+TimePoint dayInTheMiddle() {
+    return calendar::addDays(year().firstDay(), kDays / 2);
+}
 
 void FetchActivitiesDay(benchmark::State& state) {
     TimePoint from = dayInTheMiddle();

@@ -7,8 +7,7 @@
 namespace kvillo {
 namespace {
 
-FocusSession sessionOf(const std::vector<const Activity*>& run, TimePoint lastEnd,
-                       TimePoint now) {
+FocusSession sessionOf(const std::vector<const Activity*>& run, TimePoint lastEnd, TimePoint now) {
     FocusSession session;
     session.start = run.front()->startTime;
     session.end = lastEnd;

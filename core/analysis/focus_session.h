@@ -32,8 +32,7 @@ struct FocusSession {
     // break a run, and a run of exactly `minDuration` counts. Activities
     // without an end run until `now`.
     static std::vector<FocusSession> detect(const std::vector<Activity>& activities,
-                                            Duration minDuration, Duration maxGap,
-                                            TimePoint now);
+                                            Duration minDuration, Duration maxGap, TimePoint now);
 };
 
 }  // namespace kvillo

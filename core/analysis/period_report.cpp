@@ -36,8 +36,9 @@ public:
     }
 
     std::vector<NamedTime> largestFirst() && {
-        std::stable_sort(totals_.begin(), totals_.end(),
-                         [](const NamedTime& a, const NamedTime& b) { return a.seconds > b.seconds; });
+        std::stable_sort(
+            totals_.begin(), totals_.end(),
+            [](const NamedTime& a, const NamedTime& b) { return a.seconds > b.seconds; });
         return std::move(totals_);
     }
 
@@ -73,7 +74,8 @@ std::vector<TaskEntry> tasksOf(const std::vector<Annotation>& annotations,
         }
         Duration seconds = std::max(0.0, annotation.endedAt.value_or(now) - annotation.startedAt);
         if (!tasks.empty() && tasks.back().text == annotation.text &&
-            calendar::startOfDay(tasks.back().start) == calendar::startOfDay(annotation.startedAt)) {
+            calendar::startOfDay(tasks.back().start) ==
+                calendar::startOfDay(annotation.startedAt)) {
             tasks.back().seconds += seconds;
             tasks.back().end = annotation.endedAt;
             continue;
@@ -136,8 +138,8 @@ std::vector<TaskDay> TaskDay::group(const std::vector<TaskEntry>& entries) {
         row->seconds += entry.seconds;
         row->sessions += 1;
         row->first = std::min(row->first, entry.start);
-        row->last = row->last && entry.end ? std::optional(std::max(*row->last, *entry.end))
-                                           : std::nullopt;
+        row->last =
+            row->last && entry.end ? std::optional(std::max(*row->last, *entry.end)) : std::nullopt;
     }
     std::vector<TaskDay> result;
     result.reserve(days.size());
@@ -186,9 +188,8 @@ Report PeriodReport::analyse(const std::vector<Activity>& activities,
     report.apps = std::move(apps).largestFirst();
 
     if (isOn(Features::Key::focusSessions, inputs)) {
-        report.focusSessions =
-            FocusSession::detect(activities, FocusSession::kDefaultMinDuration,
-                                 FocusSession::kDefaultMaxGap, now);
+        report.focusSessions = FocusSession::detect(activities, FocusSession::kDefaultMinDuration,
+                                                    FocusSession::kDefaultMaxGap, now);
         for (const auto& session : report.focusSessions) {
             report.focus += session.duration();
         }
@@ -277,11 +278,10 @@ std::string PeriodReport::subtitle(Period period, TimePoint from, TimePoint to) 
             return Fmt::day(from, language);
         case Period::week: {
             TimePoint lastDay = calendar::addDays(to, -1);
-            return L10n::string(
-                language, "Uke %d · %@ – %@",
-                {std::int64_t{calendar::isoWeek(from)},
-                 calendar::formatSkeleton(from, "dMMM", language.locale()),
-                 calendar::formatSkeleton(lastDay, "dMMM", language.locale())});
+            return L10n::string(language, "Uke %d · %@ – %@",
+                                {std::int64_t{calendar::isoWeek(from)},
+                                 calendar::formatSkeleton(from, "dMMM", language.locale()),
+                                 calendar::formatSkeleton(lastDay, "dMMM", language.locale())});
         }
         case Period::month:
             return withCapitalFirstLetter(

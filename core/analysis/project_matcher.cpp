@@ -35,10 +35,9 @@ public:
         }
         projects_.resize(annotations.size());
         searched_.resize(annotations.size(), false);
-        sortedByStart_ = std::is_sorted(annotations.begin(), annotations.end(),
-                                        [](const Annotation& a, const Annotation& b) {
-                                            return a.startedAt < b.startedAt;
-                                        });
+        sortedByStart_ = std::is_sorted(
+            annotations.begin(), annotations.end(),
+            [](const Annotation& a, const Annotation& b) { return a.startedAt < b.startedAt; });
     }
 
     struct Accepted {
@@ -51,9 +50,9 @@ public:
         size_t index = annotations_.size();
         if (sortedByStart_) {
             // Annotations starting after the activity are skipped anyway.
-            auto after = std::upper_bound(
-                annotations_.begin(), annotations_.end(), activity.startTime,
-                [](TimePoint t, const Annotation& a) { return t < a.startedAt; });
+            auto after =
+                std::upper_bound(annotations_.begin(), annotations_.end(), activity.startTime,
+                                 [](TimePoint t, const Annotation& a) { return t < a.startedAt; });
             index = static_cast<size_t>(after - annotations_.begin());
         }
         while (index > 0) {

@@ -54,11 +54,9 @@ std::vector<ProjectAssignment> assign(const std::vector<Activity>& activities,
 
 // The result points into the lists; temporaries would leave it dangling.
 std::vector<ProjectAssignment> assign(std::vector<Activity>&&, const std::vector<Project>&,
-                                      const std::vector<Annotation>&, Duration,
-                                      TimePoint) = delete;
+                                      const std::vector<Annotation>&, Duration, TimePoint) = delete;
 std::vector<ProjectAssignment> assign(const std::vector<Activity>&, std::vector<Project>&&,
-                                      const std::vector<Annotation>&, Duration,
-                                      TimePoint) = delete;
+                                      const std::vector<Annotation>&, Duration, TimePoint) = delete;
 
 }  // namespace ProjectMatcher
 }  // namespace kvillo

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <limits>
 #include <map>
-#include <tuple>
 #include <set>
+#include <tuple>
 #include <unordered_map>
 
 #include "core/analysis/project_matcher.h"
@@ -28,7 +28,8 @@ constexpr std::string_view kDisplayPrefix = "Claude Code \u00b7 ";
 class TitleIds {
 public:
     std::uint32_t idOf(std::string_view title) {
-        auto [found, inserted] = ids_.try_emplace(title, static_cast<std::uint32_t>(titles_.size()));
+        auto [found, inserted] =
+            ids_.try_emplace(title, static_cast<std::uint32_t>(titles_.size()));
         if (inserted) {
             titles_.push_back(title);
         }
@@ -86,9 +87,9 @@ public:
 
     // Indices of the annotations overlapping [day, dayEnd), in list order.
     std::vector<size_t> overlapping(TimePoint day, TimePoint dayEnd) const {
-        auto after = std::lower_bound(
-            annotations_.begin(), annotations_.end(), dayEnd,
-            [](const Annotation& a, TimePoint t) { return a.startedAt < t; });
+        auto after =
+            std::lower_bound(annotations_.begin(), annotations_.end(), dayEnd,
+                             [](const Annotation& a, TimePoint t) { return a.startedAt < t; });
         std::vector<size_t> found;
         for (size_t i = static_cast<size_t>(after - annotations_.begin()); i > 0;) {
             --i;
@@ -173,7 +174,8 @@ std::string displayTask(std::string_view text) {
     size_t start = 0;
     while (start <= rest.size()) {
         size_t slash = rest.find('/', start);
-        std::string_view piece = rest.substr(start, slash == std::string_view::npos ? std::string_view::npos : slash - start);
+        std::string_view piece = rest.substr(
+            start, slash == std::string_view::npos ? std::string_view::npos : slash - start);
         if (!piece.empty()) {
             last = piece;
             found = true;
@@ -243,9 +245,9 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
             currentDay = day;
             dayNotes = notesByDay.overlapping(day, calendar::addDays(day, 1));
         }
-        result.push_back({day, *name, hours,
-                          descriptionOf(*name, tally, titleIds, annotations, dayNotes,
-                                        annotationProjects)});
+        result.push_back(
+            {day, *name, hours,
+             descriptionOf(*name, tally, titleIds, annotations, dayNotes, annotationProjects)});
     }
     // Keys order by day, then by project name in code-point order.
     std::stable_sort(result.begin(), result.end(),
@@ -293,8 +295,7 @@ std::string csv(const std::vector<TimesheetLine>& lines, std::string_view name, 
     return text;
 }
 
-std::string fileName(const std::optional<std::string>& project, TimePoint from,
-                     Language language) {
+std::string fileName(const std::optional<std::string>& project, TimePoint from, Language language) {
     return L10n::string(language, "Timeliste %@ %@.csv",
                         {project ? *project : L10n::string(language, "alle prosjekter"),
                          calendar::format(from, "yyyy-MM")});

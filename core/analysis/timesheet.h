@@ -58,8 +58,7 @@ inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // The suggested file name: "Timeliste Skarvelin 2025-03.csv", or with
 // "alle prosjekter" when no project is given.
-std::string fileName(const std::optional<std::string>& project, TimePoint from,
-                     Language language);
+std::string fileName(const std::optional<std::string>& project, TimePoint from, Language language);
 
 }  // namespace Timesheet
 }  // namespace kvillo

@@ -6,7 +6,9 @@ ActivityMonitor::ActivityMonitor(Database& database, const Features& features, D
                                  Clock& clock, RepeatingTimer& timer)
     : database_(database), features_(features), desktop_(desktop), clock_(clock), timer_(timer) {}
 
-ActivityMonitor::~ActivityMonitor() { stop(); }
+ActivityMonitor::~ActivityMonitor() {
+    stop();
+}
 
 void ActivityMonitor::start() {
     if (running_) {
@@ -22,18 +24,19 @@ void ActivityMonitor::start() {
     } catch (const DatabaseError&) {
     }
     desktop_.subscribe(DesktopEvents{
-        .activated = [this](std::optional<FrontApplication> application) {
-            handleActivation(application);
-        },
+        .activated =
+            [this](std::optional<FrontApplication> application) { handleActivation(application); },
         .willSleep = [this] { enterIdle(clock_.now()); },
-        .locked = [this] {
-            screenLocked_ = true;
-            handleActivation(front());
-        },
-        .unlocked = [this] {
-            screenLocked_ = false;
-            handleActivation(front());
-        },
+        .locked =
+            [this] {
+                screenLocked_ = true;
+                handleActivation(front());
+            },
+        .unlocked =
+            [this] {
+                screenLocked_ = false;
+                handleActivation(front());
+            },
     });
     timer_.start(kTickInterval, [this] { tick(); });
     if (auto application = front()) {
@@ -60,7 +63,9 @@ std::optional<FrontApplication> ActivityMonitor::front() {
     return desktop_.frontApplication();
 }
 
-void ActivityMonitor::refresh() { handleActivation(front()); }
+void ActivityMonitor::refresh() {
+    handleActivation(front());
+}
 
 void ActivityMonitor::pause(TimePoint until) {
     pausedUntil_ = until;
@@ -72,7 +77,9 @@ void ActivityMonitor::resume() {
     handleActivation(front());
 }
 
-bool ActivityMonitor::isPaused() { return pausedUntil_ && *pausedUntil_ > clock_.now(); }
+bool ActivityMonitor::isPaused() {
+    return pausedUntil_ && *pausedUntil_ > clock_.now();
+}
 
 void ActivityMonitor::endOpenActivity(TimePoint at) {
     if (!currentActivityID_) {

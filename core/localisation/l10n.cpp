@@ -77,7 +77,8 @@ Language language(const Features& features) {
     return Language::system();
 }
 
-std::string string(Language language, std::string_view key, const std::vector<Argument>& arguments) {
+std::string string(Language language, std::string_view key,
+                   const std::vector<Argument>& arguments) {
     std::string_view text = translated(language, key);
     if (arguments.empty()) {
         return std::string(text);
@@ -85,6 +86,8 @@ std::string string(Language language, std::string_view key, const std::vector<Ar
     return filled(text, arguments);
 }
 
-std::string_view hourUnit(Language language) { return language == Language::nb ? "t" : "h"; }
+std::string_view hourUnit(Language language) {
+    return language == Language::nb ? "t" : "h";
+}
 
 }  // namespace kvillo::L10n

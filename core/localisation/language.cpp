@@ -91,6 +91,8 @@ std::vector<std::string> Language::preferredFromEnvironment() {
     return preferred;
 }
 
-Language Language::system() { return fromPreferred(preferredFromEnvironment()); }
+Language Language::system() {
+    return fromPreferred(preferredFromEnvironment());
+}
 
 }  // namespace kvillo

@@ -36,7 +36,8 @@ std::string serialize(const HttpResponse& response) {
     std::string bytes = "HTTP/1.1 " + std::to_string(response.status) + " " +
                         reasonPhrase(response.status) + "\r\n";
     bytes += "Content-Type: " + response.contentType + "; charset=utf-8\r\n";
-    bytes += "Content-Length: " + std::to_string(response.body ? response.body->size() : 0) + "\r\n";
+    bytes +=
+        "Content-Length: " + std::to_string(response.body ? response.body->size() : 0) + "\r\n";
     for (const auto& [name, value] : response.headers) {
         bytes += name + ": " + value + "\r\n";
     }

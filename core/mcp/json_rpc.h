@@ -19,7 +19,7 @@ using Json = nlohmann::ordered_json;
 using JsonRpcId = std::variant<std::int64_t, std::string>;
 
 struct JsonRpcRequest {
-    std::string jsonrpc;  // read, not checked
+    std::string jsonrpc;          // read, not checked
     std::optional<JsonRpcId> id;  // none (missing or null): a notification
     std::string method;
     std::optional<Json> params;  // none when missing or null

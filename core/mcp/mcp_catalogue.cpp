@@ -41,7 +41,8 @@ Json tool(const char* name, const char* description, std::initializer_list<Prope
 }
 
 constexpr const char* kDate = "ISO 8601 date string (YYYY-MM-DD). Defaults to today.";
-constexpr const char* kFromWeek = "Start date (YYYY-MM-DD), inclusive. Defaults to 6 days before 'to'.";
+constexpr const char* kFromWeek =
+    "Start date (YYYY-MM-DD), inclusive. Defaults to 6 days before 'to'.";
 constexpr const char* kToToday = "End date (YYYY-MM-DD), inclusive. Defaults to today.";
 
 Json resource(const char* uri, const char* name, const char* description) {

@@ -69,7 +69,8 @@ McpDispatcher::McpDispatcher(Database& database, const Features& features,
 
 std::optional<std::string> McpDispatcher::handleBody(std::string_view body) {
     if (nestsTooDeep(body)) {
-        return writeJson(parseError("nested deeper than " + std::to_string(kMaxNesting) + " levels"));
+        return writeJson(
+            parseError("nested deeper than " + std::to_string(kMaxNesting) + " levels"));
     }
     Json message;
     try {
@@ -86,8 +87,8 @@ std::optional<std::string> McpDispatcher::handleBody(std::string_view body) {
         return writeJson(parseError("empty batch"));
     }
     if (message.size() > kMaxBatch) {
-        return writeJson(parseError("a batch holds at most " + std::to_string(kMaxBatch) +
-                                    " requests"));
+        return writeJson(
+            parseError("a batch holds at most " + std::to_string(kMaxBatch) + " requests"));
     }
     Json responses = Json::array();
     for (const auto& element : message) {

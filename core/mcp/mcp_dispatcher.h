@@ -20,12 +20,11 @@ namespace kvillo {
 class McpDispatcher {
 public:
     // The protocol versions answered as asked; any other gets the newest.
-    static constexpr std::array<std::string_view, 4> kProtocolVersions{
-        "2024-11-05", "2025-03-26", "2025-06-18", "2025-11-25"};
+    static constexpr std::array<std::string_view, 4> kProtocolVersions{"2024-11-05", "2025-03-26",
+                                                                       "2025-06-18", "2025-11-25"};
     static constexpr std::string_view kLatestProtocolVersion = "2025-11-25";
 
-    McpDispatcher(Database& database, const Features& features,
-                  std::function<TimePoint()> clock);
+    McpDispatcher(Database& database, const Features& features, std::function<TimePoint()> clock);
 
     // The answer to one request object, or to a batch (an array) an array of
     // answers; none when nothing is to be answered (notifications only).

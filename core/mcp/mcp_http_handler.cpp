@@ -24,7 +24,8 @@ bool isLoopbackAuthority(std::string_view authority) {
             return true;
         }
         if (rest.front() == ':' && rest.size() > 1 &&
-            std::all_of(rest.begin() + 1, rest.end(), [](char c) { return c >= '0' && c <= '9'; })) {
+            std::all_of(rest.begin() + 1, rest.end(),
+                        [](char c) { return c >= '0' && c <= '9'; })) {
             return true;
         }
     }
@@ -48,7 +49,9 @@ HttpResponse text(int status, std::string body) {
 
 McpHttpHandler::McpHttpHandler(McpDispatcher& dispatcher) : dispatcher_(dispatcher) {}
 
-bool McpHttpHandler::isAllowedHost(std::string_view host) { return isLoopbackAuthority(host); }
+bool McpHttpHandler::isAllowedHost(std::string_view host) {
+    return isLoopbackAuthority(host);
+}
 
 bool McpHttpHandler::isAllowedOrigin(std::string_view origin) {
     constexpr std::string_view kScheme = "http://";

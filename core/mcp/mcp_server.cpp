@@ -30,7 +30,8 @@ class McpServer::Impl {
 public:
     Impl(Database& database, const Features& features, const McpServerOptions& options,
          std::function<TimePoint()> clock)
-        : options_(options), dispatcher_(database, features, std::move(clock)),
+        : options_(options),
+          dispatcher_(database, features, std::move(clock)),
           handler_(dispatcher_) {}
 
     void start();
@@ -126,10 +127,9 @@ private:
             }
         });
         auto bytes = std::make_shared<std::string>(serialize(response));
-        asio::async_write(socket_, asio::buffer(*bytes),
-                          [self = shared_from_this(), bytes](std::error_code, std::size_t) {
-                              self->linger();
-                          });
+        asio::async_write(
+            socket_, asio::buffer(*bytes),
+            [self = shared_from_this(), bytes](std::error_code, std::size_t) { self->linger(); });
     }
 
     void linger() {
@@ -256,9 +256,13 @@ McpServer::McpServer(Database& database, const Features& features, McpServerOpti
     : options_(options),
       impl_(std::make_unique<Impl>(database, features, options, std::move(clock))) {}
 
-McpServer::~McpServer() { stop(); }
+McpServer::~McpServer() {
+    stop();
+}
 
-std::uint16_t McpServer::boundPort() const { return impl_->boundPort(); }
+std::uint16_t McpServer::boundPort() const {
+    return impl_->boundPort();
+}
 
 const std::vector<std::string>& McpServer::unavailableAddresses() const {
     return impl_->unavailable();
@@ -268,8 +272,12 @@ std::string McpServer::endpointURL() const {
     return "http://localhost:" + std::to_string(options_.port) + "/mcp";
 }
 
-void McpServer::start() { impl_->start(); }
+void McpServer::start() {
+    impl_->start();
+}
 
-void McpServer::stop() { impl_->stop(); }
+void McpServer::stop() {
+    impl_->stop();
+}
 
 }  // namespace kvillo

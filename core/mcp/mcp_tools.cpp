@@ -170,7 +170,8 @@ ToolResult McpTools::callTool(const std::string& name, const Json& args) {
             auto range = parseRange(args, 1);
             return {McpReports::formatUsage(database_.appUsage(range.start, range.end))};
         }
-        return {McpReports::formatUsage(database_.appUsageOn(parseDate(args, "date").value_or(now)))};
+        return {
+            McpReports::formatUsage(database_.appUsageOn(parseDate(args, "date").value_or(now)))};
     }
     if (name == "get_daily_summary") {
         return {dailySummary(parseRange(args, 7))};

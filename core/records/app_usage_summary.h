@@ -11,7 +11,7 @@ namespace kvillo {
 struct AppUsageSummary {
     std::string appName{};
     std::optional<std::string> bundleID{};  // absent for applications without one
-    Duration totalDuration = 0;           // open activities counted up to now
+    Duration totalDuration = 0;             // open activities counted up to now
     int sessionCount = 0;
     std::optional<std::string> latestTitle{};  // of the latest activity with a non-empty title
 

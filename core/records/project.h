@@ -10,8 +10,8 @@ namespace kvillo {
 
 // A named set of keywords that window titles and tasks are matched against.
 struct Project {
-    std::optional<std::int64_t> id{};  // absent until stored
-    std::string name{};                // unique without regard to case in the database
+    std::optional<std::int64_t> id{};     // absent until stored
+    std::string name{};                   // unique without regard to case in the database
     std::vector<std::string> keywords{};  // in the user's order, each non-empty and trimmed
 
     // The one rule that turns typed or stored keyword text into keywords:

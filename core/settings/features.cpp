@@ -13,7 +13,9 @@ constexpr const char* kTimesheetName = "timesheetName";
 constexpr int kDefaultIdleMinutes = 5;
 constexpr int kDefaultAnnotationIdleMinutes = 30;
 
-bool isOffByDefault(Features::Key key) { return key == Features::Key::timesheets; }
+bool isOffByDefault(Features::Key key) {
+    return key == Features::Key::timesheets;
+}
 
 }  // namespace
 
@@ -63,7 +65,9 @@ bool Features::isEnabled(Key key) const {
     return !isOffByDefault(key);
 }
 
-void Features::set(Key key, bool on) { store_.set(std::string(rawValue(key)), on); }
+void Features::set(Key key, bool on) {
+    store_.set(std::string(rawValue(key)), on);
+}
 
 int Features::integer(const char* key, int fallback) const {
     auto stored = store_.value(key);
@@ -77,9 +81,13 @@ int Features::integer(const char* key, int fallback) const {
     return static_cast<int>(value);
 }
 
-int Features::idleMinutes() const { return integer(kIdleMinutes, kDefaultIdleMinutes); }
+int Features::idleMinutes() const {
+    return integer(kIdleMinutes, kDefaultIdleMinutes);
+}
 
-void Features::setIdleMinutes(int minutes) { store_.set(kIdleMinutes, std::max(minutes, 1)); }
+void Features::setIdleMinutes(int minutes) {
+    store_.set(kIdleMinutes, std::max(minutes, 1));
+}
 
 int Features::annotationIdleMinutes() const {
     return integer(kAnnotationIdleMinutes, kDefaultAnnotationIdleMinutes);
@@ -113,6 +121,8 @@ std::string Features::timesheetName() const {
     return fullUserName_();
 }
 
-void Features::setTimesheetName(const std::string& name) { store_.set(kTimesheetName, name); }
+void Features::setTimesheetName(const std::string& name) {
+    store_.set(kTimesheetName, name);
+}
 
 }  // namespace kvillo

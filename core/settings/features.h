@@ -38,10 +38,10 @@ public:
         claudeCodeHook,
     };
     static constexpr std::array<Key, 10> allKeys() {
-        return {Key::activityLogging, Key::windowTitles,   Key::idleDetection,
-                Key::workingOn,       Key::projects,       Key::focusSessions,
-                Key::timesheets,      Key::switchNotifications, Key::aiAccess,
-                Key::claudeCodeHook};
+        return {
+            Key::activityLogging, Key::windowTitles,  Key::idleDetection, Key::workingOn,
+            Key::projects,        Key::focusSessions, Key::timesheets,    Key::switchNotifications,
+            Key::aiAccess,        Key::claudeCodeHook};
     }
     static std::string_view rawValue(Key key);
     // An unknown text gives no key.

@@ -177,7 +177,9 @@ Database::Database(std::string path) : path_(std::move(path)) {
     }
 }
 
-Database::~Database() { sqlite3_close(db_); }
+Database::~Database() {
+    sqlite3_close(db_);
+}
 
 void Database::closeDanglingActivities(Duration maxDuration, TimePoint now) {
     std::lock_guard lock(mutex_);
@@ -307,8 +309,8 @@ void Database::endCurrentAnnotation(TimePoint at) {
     endOpenAnnotations(at);
 }
 
-std::vector<Annotation> Database::queryAnnotations(const char* sql, TimePoint from,
-                                                   TimePoint to, std::optional<int> limit) {
+std::vector<Annotation> Database::queryAnnotations(const char* sql, TimePoint from, TimePoint to,
+                                                   std::optional<int> limit) {
     std::lock_guard lock(mutex_);
     Statement statement(db_, sql);
     statement.bind(1, to);

@@ -12,19 +12,25 @@ Statement::Statement(sqlite3* db, const char* sql) : db_(db) {
     }
 }
 
-Statement::~Statement() { sqlite3_finalize(statement_); }
+Statement::~Statement() {
+    sqlite3_finalize(statement_);
+}
 
 void Statement::bind(int index, const std::string& text) {
     sqlite3_bind_text(statement_, index, text.c_str(), -1, SQLITE_TRANSIENT);
 }
 
-void Statement::bind(int index, double value) { sqlite3_bind_double(statement_, index, value); }
+void Statement::bind(int index, double value) {
+    sqlite3_bind_double(statement_, index, value);
+}
 
 void Statement::bind(int index, std::int64_t value) {
     sqlite3_bind_int64(statement_, index, value);
 }
 
-void Statement::bind(int index, int value) { sqlite3_bind_int(statement_, index, value); }
+void Statement::bind(int index, int value) {
+    sqlite3_bind_int(statement_, index, value);
+}
 
 void Statement::bind(int index, const std::optional<std::string>& text) {
     if (text) {
@@ -42,7 +48,9 @@ void Statement::bind(int index, const std::optional<double>& value) {
     }
 }
 
-bool Statement::nextRow() { return sqlite3_step(statement_) == SQLITE_ROW; }
+bool Statement::nextRow() {
+    return sqlite3_step(statement_) == SQLITE_ROW;
+}
 
 void Statement::run() {
     if (sqlite3_step(statement_) != SQLITE_DONE) {
@@ -55,9 +63,13 @@ std::int64_t Statement::int64(int column) const {
     return sqlite3_column_int64(statement_, column);
 }
 
-int Statement::int32(int column) const { return sqlite3_column_int(statement_, column); }
+int Statement::int32(int column) const {
+    return sqlite3_column_int(statement_, column);
+}
 
-double Statement::real(int column) const { return sqlite3_column_double(statement_, column); }
+double Statement::real(int column) const {
+    return sqlite3_column_double(statement_, column);
+}
 
 std::string Statement::text(int column) const {
     const auto* bytes = sqlite3_column_text(statement_, column);

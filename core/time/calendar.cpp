@@ -85,8 +85,9 @@ icu::UnicodeString patternFor(std::string_view skeleton, std::string_view locale
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::DateTimePatternGenerator> generator(
         icu::DateTimePatternGenerator::createInstance(icu::Locale(key.second.c_str()), status));
-    icu::UnicodeString pattern =
-        U_SUCCESS(status) ? generator->getBestPattern(unicode(skeleton), status) : unicode(skeleton);
+    icu::UnicodeString pattern = U_SUCCESS(status)
+                                     ? generator->getBestPattern(unicode(skeleton), status)
+                                     : unicode(skeleton);
     patterns.emplace(key, pattern);
     return pattern;
 }
@@ -131,7 +132,9 @@ TimePoint startOf(Unit unit, TimePoint t) {
     return timeOf(*calendar);
 }
 
-TimePoint startOfDay(TimePoint t) { return startOf(Unit::day, t); }
+TimePoint startOfDay(TimePoint t) {
+    return startOf(Unit::day, t);
+}
 
 TimePoint add(Unit unit, TimePoint t, int count) {
     auto calendar = calendarAt(t);
@@ -156,7 +159,9 @@ TimePoint add(Unit unit, TimePoint t, int count) {
     return timeOf(*calendar);
 }
 
-TimePoint addDays(TimePoint t, int days) { return add(Unit::day, t, days); }
+TimePoint addDays(TimePoint t, int days) {
+    return add(Unit::day, t, days);
+}
 
 TimeRange rangeOf(Unit unit, TimePoint t) {
     TimePoint start = startOf(unit, t);

@@ -71,8 +71,7 @@ std::optional<TimePoint> parse(std::string_view text) {
         !readDigits(text, pos, 2, second)) {
         return std::nullopt;
     }
-    if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 ||
-        second > 60) {
+    if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 60) {
         return std::nullopt;
     }
     double fraction = 0;

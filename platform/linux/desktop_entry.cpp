@@ -89,8 +89,7 @@ std::optional<DesktopEntry> DesktopEntry::load(const std::string& path) {
     return parse(contents.str());
 }
 
-std::optional<std::string> DesktopEntry::value(std::string_view key,
-                                               std::string_view group) const {
+std::optional<std::string> DesktopEntry::value(std::string_view key, std::string_view group) const {
     auto foundGroup = groups_.find(group);
     if (foundGroup == groups_.end()) {
         return std::nullopt;

@@ -34,8 +34,8 @@ std::vector<std::string> DesktopFileIndex::applicationFolders() {
     size_t start = 0;
     while (start <= dirs.size()) {
         size_t colon = dirs.find(':', start);
-        std::string dir = dirs.substr(start, colon == std::string::npos ? std::string::npos
-                                                                        : colon - start);
+        std::string dir =
+            dirs.substr(start, colon == std::string::npos ? std::string::npos : colon - start);
         if (!dir.empty() && dir[0] == '/') {
             folders.push_back(dir + "/applications");
         }

@@ -49,11 +49,17 @@ Duration LinuxDesktop::secondsSinceLastInput() {
     return x11_ ? x11_->secondsSinceLastInput() : 0;
 }
 
-bool LinuxDesktop::isDisplayAsleep() { return x11_ && x11_->isDisplayAsleep(); }
+bool LinuxDesktop::isDisplayAsleep() {
+    return x11_ && x11_->isDisplayAsleep();
+}
 
-void LinuxDesktop::subscribe(DesktopEvents events) { events_ = std::move(events); }
+void LinuxDesktop::subscribe(DesktopEvents events) {
+    events_ = std::move(events);
+}
 
-void LinuxDesktop::unsubscribe() { events_ = {}; }
+void LinuxDesktop::unsubscribe() {
+    events_ = {};
+}
 
 void QtRepeatingTimer::start(Duration interval, std::function<void()> tick) {
     QObject::disconnect(connection_);

@@ -1,10 +1,10 @@
 #include "platform/linux/login_item_manager.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdlib>
 
@@ -31,16 +31,18 @@ void LoginItemManager::setEnabled(bool enabled) {
         }
         return;
     }
-    std::filesystem::create_directories(std::filesystem::path(autostartFile_).parent_path(),
-                                        error);
-    std::string entry = "[Desktop Entry]\n"
-                        "Type=Application\n"
-                        "Name=Kvillo\n"
-                        "Comment=Personal time and activity logger\n"
-                        "Exec=" + desktopExecArgument(executable_) + "\n"
-                        "Icon=kvillo\n"
-                        "Terminal=false\n"
-                        "X-GNOME-Autostart-enabled=true\n";
+    std::filesystem::create_directories(std::filesystem::path(autostartFile_).parent_path(), error);
+    std::string entry =
+        "[Desktop Entry]\n"
+        "Type=Application\n"
+        "Name=Kvillo\n"
+        "Comment=Personal time and activity logger\n"
+        "Exec=" +
+        desktopExecArgument(executable_) +
+        "\n"
+        "Icon=kvillo\n"
+        "Terminal=false\n"
+        "X-GNOME-Autostart-enabled=true\n";
     // A unique temporary name: two instances switching at once must not
     // write into each other's file.
     std::string temporary = autostartFile_ + ".XXXXXX";

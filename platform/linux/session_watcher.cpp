@@ -64,7 +64,9 @@ void SessionWatcher::sessionPropertiesChanged(const QString& interface, const QV
     }
 }
 
-void SessionWatcher::screensaverActiveChanged(bool active) { setLocked(active); }
+void SessionWatcher::screensaverActiveChanged(bool active) {
+    setLocked(active);
+}
 
 void SessionWatcher::setLocked(bool isLocked) {
     if (isLocked == locked_) {

@@ -71,7 +71,8 @@ struct X11Session::Atoms {
 };
 
 X11Session::X11Session() : applications_(messagesLocale()) {
-    if (const char* type = std::getenv("XDG_SESSION_TYPE"); type && std::string(type) == "wayland") {
+    if (const char* type = std::getenv("XDG_SESSION_TYPE");
+        type && std::string(type) == "wayland") {
         std::cerr << "kvillo: this is a Wayland session; only windows of X11 programs "
                      "(XWayland) can be seen and recorded\n";
     }
@@ -113,8 +114,8 @@ X11Session::X11Session() : applications_(messagesLocale()) {
     debounce_.setSingleShot(true);
     debounce_.setInterval(kDebounceMilliseconds);
     connect(&debounce_, &QTimer::timeout, this, &X11Session::settle);
-    notifier_ = new QSocketNotifier(xcb_get_file_descriptor(connection_), QSocketNotifier::Read,
-                                    this);
+    notifier_ =
+        new QSocketNotifier(xcb_get_file_descriptor(connection_), QSocketNotifier::Read, this);
     connect(notifier_, &QSocketNotifier::activated, this, &X11Session::readEvents);
     reportedWindow_ = activeWindow();
 }
@@ -168,11 +169,11 @@ std::uint32_t X11Session::activeWindow() {
 }
 
 std::optional<std::string> X11Session::textProperty(std::uint32_t window, std::uint32_t atom) {
-    Freed<xcb_get_property_reply_t> reply{xcb_get_property_reply(
-        connection_,
-        xcb_get_property(connection_, 0, window, atom, XCB_GET_PROPERTY_TYPE_ANY, 0,
-                         kMaxPropertyWords),
-        nullptr)};
+    Freed<xcb_get_property_reply_t> reply{
+        xcb_get_property_reply(connection_,
+                               xcb_get_property(connection_, 0, window, atom,
+                                                XCB_GET_PROPERTY_TYPE_ANY, 0, kMaxPropertyWords),
+                               nullptr)};
     if (!reply || reply->type == XCB_ATOM_NONE || reply->format != 8) {
         return std::nullopt;
     }
@@ -215,8 +216,7 @@ std::optional<FrontApplication> X11Session::frontApplication() {
     }
     Freed<xcb_get_property_reply_t> pid{xcb_get_property_reply(
         connection_,
-        xcb_get_property(connection_, 0, window, atoms_->wmPid, XCB_ATOM_CARDINAL, 0, 1),
-        nullptr)};
+        xcb_get_property(connection_, 0, window, atoms_->wmPid, XCB_ATOM_CARDINAL, 0, 1), nullptr)};
     if (pid && pid->format == 32 && xcb_get_property_value_length(pid.reply) >= 4) {
         application.processID =
             static_cast<int>(*static_cast<std::uint32_t*>(xcb_get_property_value(pid.reply)));

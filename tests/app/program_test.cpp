@@ -97,8 +97,8 @@ TEST(Program, TheTrayProgramAlsoEndsCleanlyOnSigterm) {
     auto environment = homeIn(home);
     environment["QT_QPA_PLATFORM"] = "offscreen";
     ChildProcess kvillo({KVILLO_BINARY, "--port", "0"}, environment);
-    ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); },
-                           10s))
+    ASSERT_TRUE(
+        eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); }, 10s))
         << kvillo.standardError();
     kvillo.signal(SIGTERM);
     EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
@@ -110,11 +110,12 @@ TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {
     std::string port = std::to_string(blocker.port());
 
     ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", port}, homeIn(home));
-    ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); },
-                           10s));
+    ASSERT_TRUE(
+        eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); }, 10s));
     ASSERT_TRUE(eventually([&] { return !kvillo.standardError().empty(); }, 5s));
-    EXPECT_EQ(kvillo.standardError(), "kvillo: the MCP server is off: cannot listen on localhost port " +
-                                          port + ": Address already in use\n");
+    EXPECT_EQ(kvillo.standardError(),
+              "kvillo: the MCP server is off: cannot listen on localhost port " + port +
+                  ": Address already in use\n");
     kvillo.signal(SIGTERM);
     EXPECT_EQ(kvillo.wait(10s), 0);
 }

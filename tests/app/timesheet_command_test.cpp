@@ -22,8 +22,8 @@ protected:
         Database db(home_.file("data/Kvillo/activities.db"));
         db.saveProject("Skarvelin", {"kraftnod"});
         double nine = testing::localTime(2025, 3, 3, 9);
-        db.insert(Activity{.appName = "Code", .title = "kraftnod.cpp", .startTime = nine,
-                           .endTime = nine + 7200});
+        db.insert(Activity{
+            .appName = "Code", .title = "kraftnod.cpp", .startTime = nine, .endTime = nine + 7200});
         testing::writeFile(home_.file("config/kvillo/app.kvillo.shared.json"),
                            R"({"timesheetName": "Utvikler A", "language": "nb"})");
     }
@@ -31,12 +31,11 @@ protected:
     testing::ProcessResult kvillo(std::vector<std::string> arguments,
                                   std::map<std::string, std::string> extra = {}) {
         arguments.insert(arguments.begin(), {KVILLO_BINARY, "timesheet"});
-        std::map<std::string, std::string> environment{
-            {"HOME", home_.path()},
-            {"XDG_DATA_HOME", home_.file("data")},
-            {"XDG_CONFIG_HOME", home_.file("config")},
-            {"TZ", "Europe/Oslo"},
-            {"DISPLAY", ""}};
+        std::map<std::string, std::string> environment{{"HOME", home_.path()},
+                                                       {"XDG_DATA_HOME", home_.file("data")},
+                                                       {"XDG_CONFIG_HOME", home_.file("config")},
+                                                       {"TZ", "Europe/Oslo"},
+                                                       {"DISPLAY", ""}};
         environment.insert(extra.begin(), extra.end());
         return runProcess(arguments, environment);
     }

@@ -75,7 +75,9 @@ ChildProcess::~ChildProcess() {
     ::unlink(errorFile_.c_str());
 }
 
-void ChildProcess::signal(int signalNumber) const { ::kill(pid_, signalNumber); }
+void ChildProcess::signal(int signalNumber) const {
+    ::kill(pid_, signalNumber);
+}
 
 std::optional<int> ChildProcess::wait(std::chrono::milliseconds timeout) {
     if (status_) {
@@ -105,9 +107,13 @@ bool ChildProcess::holdsOpen(const std::string& path) const {
     return false;
 }
 
-std::string ChildProcess::standardOutput() const { return readFile(outputFile_); }
+std::string ChildProcess::standardOutput() const {
+    return readFile(outputFile_);
+}
 
-std::string ChildProcess::standardError() const { return readFile(errorFile_); }
+std::string ChildProcess::standardError() const {
+    return readFile(errorFile_);
+}
 
 ProcessResult runProcess(const std::vector<std::string>& command,
                          const std::map<std::string, std::string>& environment,

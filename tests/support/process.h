@@ -63,7 +63,9 @@ bool eventually(Condition condition, std::chrono::milliseconds timeout) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;
         }
-        struct timespec pause {0, 20'000'000};
+        struct timespec pause {
+            0, 20'000'000
+        };
         ::nanosleep(&pause, nullptr);
     }
     return true;

@@ -52,7 +52,9 @@ ScopedTimeZone::ScopedTimeZone(const std::string& zone) {
     useTimeZone(zone);
 }
 
-ScopedTimeZone::~ScopedTimeZone() { useTimeZone(previous_); }
+ScopedTimeZone::~ScopedTimeZone() {
+    useTimeZone(previous_);
+}
 
 double localTime(int year, int month, int day, int hour, int minute, int second) {
     std::tm parts{};

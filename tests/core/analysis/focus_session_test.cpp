@@ -14,7 +14,8 @@ Activity act(const std::string& app, double startMinutes, std::optional<double> 
                     .endTime = endMinutes ? std::optional(kNine + *endMinutes * 60) : std::nullopt};
 }
 
-std::vector<FocusSession> detect(const std::vector<Activity>& activities, double now = kNine + 1e5) {
+std::vector<FocusSession> detect(const std::vector<Activity>& activities,
+                                 double now = kNine + 1e5) {
     return FocusSession::detect(activities, 1500, 120, now);
 }
 

@@ -17,7 +17,9 @@ protected:
 
     void add(const std::string& app, double start, double minutes,
              std::optional<std::string> title = std::nullopt) {
-        db_.insert(Activity{.appName = app, .title = std::move(title), .startTime = start,
+        db_.insert(Activity{.appName = app,
+                            .title = std::move(title),
+                            .startTime = start,
                             .endTime = start + minutes * kMinute});
     }
 
@@ -63,8 +65,8 @@ TEST_F(PeriodReportTest, TimeIsSplitByProjectAppAndDay) {
     db_.saveProject("Skarvelin", {"kraftnod"});
     double tuesday = monday_ + 24 * kHour;
     add("Code", monday_ + 9 * kHour, 30, "Skarvelin: api.cpp");
-    add("Mail", monday_ + 9 * kHour + 35 * kMinute, 5);   // carried over
-    add("Mail", monday_ + 12 * kHour, 20);                // unmatched
+    add("Mail", monday_ + 9 * kHour + 35 * kMinute, 5);                    // carried over
+    add("Mail", monday_ + 12 * kHour, 20);                                 // unmatched
     add("Code", tuesday + 23 * kHour + 30 * kMinute, 60, "kraftnod.cpp");  // runs past midnight
     db_.insert(Activity{.appName = "Terminal", .startTime = now_ - 10 * kMinute});  // open
 
@@ -88,8 +90,8 @@ TEST_F(PeriodReportTest, SwitchedOffFeaturesLeaveTheirFiguresEmpty) {
     db_.saveProject("Skarvelin", {});
     add("Code", monday_ + 9 * kHour, 40, "Skarvelin");
     add("Code", monday_ + 33 * kHour, 10, "Skarvelin");
-    db_.insertAnnotation(Annotation{.text = "Skarvelin", .startedAt = monday_ + 9 * kHour,
-                                    .endedAt = monday_ + 10 * kHour});
+    db_.insertAnnotation(Annotation{
+        .text = "Skarvelin", .startedAt = monday_ + 9 * kHour, .endedAt = monday_ + 10 * kHour});
     auto off = inputs({{Features::Key::projects, false},
                        {Features::Key::focusSessions, false},
                        {Features::Key::workingOn, false}});
@@ -114,15 +116,16 @@ TEST_F(PeriodReportTest, TasksMergeRepeatsWithinADayNewestFirst) {
     db_.saveProject("Skarvelin", {});
     auto addNote = [&](const std::string& text, double start, std::optional<double> minutes) {
         db_.insertAnnotation(Annotation{
-            .text = text, .startedAt = start,
+            .text = text,
+            .startedAt = start,
             .endedAt = minutes ? std::optional(start + *minutes * kMinute) : std::nullopt});
     };
     double tuesday = monday_ + 24 * kHour;
     addNote("Skarvelin API", monday_ + 9 * kHour, 30);
-    addNote("Skarvelin API", monday_ + 10 * kHour, 15);   // merged
+    addNote("Skarvelin API", monday_ + 10 * kHour, 15);  // merged
     addNote("Lunsj", monday_ + 11 * kHour, 30);
-    addNote("Skarvelin API", monday_ + 12 * kHour, 10);   // broken by Lunsj
-    addNote("Skarvelin API", tuesday + 9 * kHour, 20);    // next day
+    addNote("Skarvelin API", monday_ + 12 * kHour, 10);          // broken by Lunsj
+    addNote("Skarvelin API", tuesday + 9 * kHour, 20);           // next day
     addNote("Skarvelin API", now_ - 5 * kMinute, std::nullopt);  // running
 
     auto tasks = periods_.report(monday_, monday_ + 7 * 24 * kHour, inputs()).tasks;
@@ -175,8 +178,8 @@ TEST_F(PeriodReportTest, FocusDetailComparesWithThePreviousPeriod) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         features_.setLanguage(row.language);
-        Report report{.from = monday_, .to = monday_ + 24 * kHour, .active = row.active,
-                      .focus = row.focus};
+        Report report{
+            .from = monday_, .to = monday_ + 24 * kHour, .active = row.active, .focus = row.focus};
         EXPECT_EQ(periods_.focusDetail(report, Period::day, now_), row.expected);
     }
     features_.setLanguage(Language::nb);
@@ -196,8 +199,7 @@ TEST_F(PeriodReportTest, SubtitlesAndFormatsFollowTheLanguage) {
     features_.setLanguage(Language::nb);
     EXPECT_EQ(periods_.subtitle(Period::month, localTime(2026, 11, 1), localTime(2026, 12, 1)),
               "November 2026");
-    EXPECT_EQ(periods_.subtitle(Period::day, monday_, monday_ + 24 * kHour),
-              "Mandag 23. november");
+    EXPECT_EQ(periods_.subtitle(Period::day, monday_, monday_ + 24 * kHour), "Mandag 23. november");
     EXPECT_EQ(Fmt::axis(monday_, false, Language::fr), "lun.");
 
     struct Row {
@@ -205,8 +207,10 @@ TEST_F(PeriodReportTest, SubtitlesAndFormatsFollowTheLanguage) {
         const char* nb;
         const char* en;
     };
-    const Row rows[] = {{59, "0m", "0m"},           {3599, "59m", "59m"},
-                        {3600, "1t 00m", "1h 00m"}, {7500.9, "2t 05m", "2h 05m"}};
+    const Row rows[] = {{59, "0m", "0m"},
+                        {3599, "59m", "59m"},
+                        {3600, "1t 00m", "1h 00m"},
+                        {7500.9, "2t 05m", "2h 05m"}};
     for (const auto& row : rows) {
         EXPECT_EQ(Fmt::duration(row.seconds, Language::nb), row.nb);
         EXPECT_EQ(Fmt::duration(row.seconds, Language::en), row.en);

@@ -91,11 +91,11 @@ TEST(ProjectMatcher, AnnotationsCoverFromTheirStartUntilButNotAtTheirEnd) {
 TEST(ProjectMatcher, CarryOverReachesTenMinutesPastTheLastMatchedEnd) {
     std::vector<Annotation> notes{note("Arbeid på Skarvelin", kNine, kNine + 10 * kMinute)};
     double end = kNine + 10 * kMinute;
-    auto names = namesOf(
-        {act("Files", kNine, end), act("Mail", end + 9 * kMinute, end + 9.5 * kMinute),
-         act("Mail", end + 10 * kMinute, end + 10.5 * kMinute),
-         act("Mail", end + 11 * kMinute, end + 12 * kMinute)},
-        kProjects, notes, 600);
+    auto names =
+        namesOf({act("Files", kNine, end), act("Mail", end + 9 * kMinute, end + 9.5 * kMinute),
+                 act("Mail", end + 10 * kMinute, end + 10.5 * kMinute),
+                 act("Mail", end + 11 * kMinute, end + 12 * kMinute)},
+                kProjects, notes, 600);
     // The chain of unmatched activities does not stretch the carry.
     EXPECT_EQ(names, (Names{"Skarvelin", "Skarvelin", "Skarvelin", std::nullopt}));
 
@@ -114,9 +114,9 @@ TEST(ProjectMatcher, TheLaterListedCoveringAnnotationDecidesEvenWithoutAMatch) {
               (Names{std::nullopt, "Alpha"}));
     // Notes given out of start order are searched from the end of the list all the same.
     std::vector<Annotation> reversed{notes[1], notes[0]};
-    EXPECT_EQ(namesOf({act("Mail", kNine + 20 * kMinute, kNine + 21 * kMinute)}, kProjects,
-                      reversed, 0),
-              Names{"Alpha"});
+    EXPECT_EQ(
+        namesOf({act("Mail", kNine + 20 * kMinute, kNine + 21 * kMinute)}, kProjects, reversed, 0),
+        Names{"Alpha"});
 }
 
 TEST(ProjectMatcher, ClaudeCodeTasksClaimOnlyDeveloperAppsForFortyFiveMinutes) {
@@ -152,11 +152,11 @@ TEST(ProjectMatcher, ClaudeCodeMatchesAreNotCarried) {
                       kProjects, notes, 600),
               (Names{"Skarvelin", std::nullopt}));
     // Nor do they break the carry of a title match before them.
-    EXPECT_EQ(namesOf({act("Code", kNine - 60, kNine, "Alpha review"),
-                       act("Terminal", kNine, kNine + 60),
-                       act("Firefox", kNine + 120, kNine + 180)},
-                      kProjects, notes, 600),
-              (Names{"Alpha", "Skarvelin", "Alpha"}));
+    EXPECT_EQ(
+        namesOf({act("Code", kNine - 60, kNine, "Alpha review"), act("Terminal", kNine, kNine + 60),
+                 act("Firefox", kNine + 120, kNine + 180)},
+                kProjects, notes, 600),
+        (Names{"Alpha", "Skarvelin", "Alpha"}));
 }
 
 TEST(ProjectMatcher, EqualStartsKeepTheirInputOrder) {

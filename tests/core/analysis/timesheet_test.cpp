@@ -12,8 +12,8 @@ constexpr double kMinute = 60;
 const double kNow = localTime(2026, 12, 1, 12);
 
 Activity act(double start, double end, std::optional<std::string> title = std::nullopt) {
-    return Activity{.appName = "Code", .title = std::move(title), .startTime = start,
-                    .endTime = end};
+    return Activity{
+        .appName = "Code", .title = std::move(title), .startTime = start, .endTime = end};
 }
 
 Annotation note(const std::string& text, double start, double end) {
@@ -71,12 +71,12 @@ TEST(TimesheetLines, HoursRoundToQuarterHoursAndEmptyLinesDrop) {
 
 TEST(TimesheetLines, WorkCountsToTheDayItStartedOnByDayThenProject) {
     double lateEvening = localTime(2026, 11, 3, 23, 30);
-    auto lines = Timesheet::lines(
-        {act(lateEvening, lateEvening + 3600, "Skarvelin"),
-         act(localTime(2026, 11, 3, 9), localTime(2026, 11, 3, 10), "Alpha"),
-         act(localTime(2026, 11, 2, 9), localTime(2026, 11, 2, 10), "Skarvelin"),
-         act(localTime(2026, 11, 3, 11), localTime(2026, 11, 3, 12), "Inbox")},
-        {}, kProjects, std::nullopt, kNow);
+    auto lines =
+        Timesheet::lines({act(lateEvening, lateEvening + 3600, "Skarvelin"),
+                          act(localTime(2026, 11, 3, 9), localTime(2026, 11, 3, 10), "Alpha"),
+                          act(localTime(2026, 11, 2, 9), localTime(2026, 11, 2, 10), "Skarvelin"),
+                          act(localTime(2026, 11, 3, 11), localTime(2026, 11, 3, 12), "Inbox")},
+                         {}, kProjects, std::nullopt, kNow);
     ASSERT_EQ(lines.size(), 3u);
     EXPECT_EQ(lines[0].date, localTime(2026, 11, 2));
     EXPECT_EQ(lines[1].date, localTime(2026, 11, 3));
@@ -84,20 +84,20 @@ TEST(TimesheetLines, WorkCountsToTheDayItStartedOnByDayThenProject) {
     EXPECT_EQ(lines[2].project, "Skarvelin");
     EXPECT_EQ(lines[2].hours, 1);
 
-    EXPECT_TRUE(Timesheet::lines({act(lateEvening, lateEvening + 3600, "Skarvelin")}, {},
-                                 kProjects, std::string("skarvelin"), kNow)
+    EXPECT_TRUE(Timesheet::lines({act(lateEvening, lateEvening + 3600, "Skarvelin")}, {}, kProjects,
+                                 std::string("skarvelin"), kNow)
                     .empty());  // the project filter is exact
     EXPECT_TRUE(Timesheet::lines({}, {}, kProjects, std::nullopt, kNow).empty());
 }
 
 TEST(TimesheetLines, ProjectsOrderByCodePointsNotByTheStoresOrder) {
     // The store lists names without regard to case; a timesheet by code point.
-    std::vector<Project> projects{{.name = "alpha"}, {.name = "Beta"}, {.name = "Zeta"},
-                                  {.name = "Øko"}};
+    std::vector<Project> projects{
+        {.name = "alpha"}, {.name = "Beta"}, {.name = "Zeta"}, {.name = "Øko"}};
     double nine = localTime(2026, 11, 4, 9);
-    std::vector<Activity> activities{act(nine, nine + 3600, "Øko"), act(nine + 3600, nine + 7200, "alpha"),
-                                     act(nine + 7200, nine + 10800, "Zeta"),
-                                     act(nine + 10800, nine + 14400, "Beta")};
+    std::vector<Activity> activities{
+        act(nine, nine + 3600, "Øko"), act(nine + 3600, nine + 7200, "alpha"),
+        act(nine + 7200, nine + 10800, "Zeta"), act(nine + 10800, nine + 14400, "Beta")};
     auto lines = Timesheet::lines(activities, {}, projects, std::nullopt, kNow);
     std::vector<std::string> order;
     for (const auto& line : lines) {
@@ -119,7 +119,7 @@ TEST(TimesheetLines, NotesForTheProjectDescribeTheDayElseTheLongestTitles) {
     EXPECT_EQ(byTitles[0].description, "Skarvelin: api.cpp; Skarvelin: ui.cpp; Skarvelin: ci.yml");
 
     std::vector<Annotation> notes{
-        note("Møte med Kraftnod", at9 - 3600, at9),  // the same day, before the work
+        note("Møte med Kraftnod", at9 - 3600, at9),   // the same day, before the work
         note("Kunde-møte", at9, at9 + 10 * kMinute),  // Alpha's note
         note("Claude Code: /src/skarvelin/", at9 + 10 * kMinute, at9 + 20 * kMinute),
         note("Møte med Kraftnod", at9 + 20 * kMinute, at9 + 30 * kMinute),
@@ -131,8 +131,8 @@ TEST(TimesheetLines, NotesForTheProjectDescribeTheDayElseTheLongestTitles) {
 }
 
 std::string tableExampleCsv(Language language) {
-    std::vector<TimesheetLine> lines{{localTime(2025, 3, 3), "Skarvelin", 2.25,
-                                      "Møte med Kraftnod; Kodegjennomgang"}};
+    std::vector<TimesheetLine> lines{
+        {localTime(2025, 3, 3), "Skarvelin", 2.25, "Møte med Kraftnod; Kodegjennomgang"}};
     return Timesheet::csv(lines, "Utvikler A", localTime(2025, 3, 1), localTime(2025, 4, 1),
                           language);
 }
@@ -177,8 +177,8 @@ TEST(TimesheetCsv, QuotesAreDoubledAndAnEmptyExportStillAddsUp) {
         << text;
     EXPECT_NE(text.find(";;;\"7,75\";\n"), std::string::npos) << text;
 
-    std::string empty = Timesheet::csv({}, "Kari", localTime(2025, 2, 1), localTime(2025, 3, 1),
-                                       Language::en);
+    std::string empty =
+        Timesheet::csv({}, "Kari", localTime(2025, 2, 1), localTime(2025, 3, 1), Language::en);
     EXPECT_EQ(empty.substr(empty.find("Description\n")),
               "Description\n\nTotal,,,\"0.00\",\n\nSignature, project member,,Date,\n"
               "Signature, project manager,,Date,\n");
@@ -203,8 +203,8 @@ TEST(TimesheetLines, ReadsTheStoreInOneGo) {
     auto lines = Timesheet::lines(db, localTime(2025, 3, 1), localTime(2025, 4, 1), std::nullopt,
                                   at9 + 2.25 * 3600);
     ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0], (TimesheetLine{localTime(2025, 3, 3), "Skarvelin", 2.25,
-                                       "Møte med Kraftnod"}));
+    EXPECT_EQ(lines[0],
+              (TimesheetLine{localTime(2025, 3, 3), "Skarvelin", 2.25, "Møte med Kraftnod"}));
 }
 
 }  // namespace

@@ -19,9 +19,12 @@ TEST(Language, SystemLanguageIsTheFirstPreferredOfTheFour) {
         Language expected;
     };
     const Row rows[] = {
-        {{"nn-NO", "en-US"}, Language::nb}, {{"no"}, Language::nb},
-        {{"de-DE", "fr-CA"}, Language::fr}, {{"de-DE"}, Language::en},
-        {{}, Language::en},                 {{"C", "es_ES.UTF-8"}, Language::es},
+        {{"nn-NO", "en-US"}, Language::nb},
+        {{"no"}, Language::nb},
+        {{"de-DE", "fr-CA"}, Language::fr},
+        {{"de-DE"}, Language::en},
+        {{}, Language::en},
+        {{"C", "es_ES.UTF-8"}, Language::es},
         {{"e"}, Language::en},
     };
     for (const auto& row : rows) {

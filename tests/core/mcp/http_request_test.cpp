@@ -8,7 +8,8 @@ namespace {
 
 TEST(HttpRequestParser, HeadAndBodyAcrossReads) {
     std::string head = "POST /mcp HTTP/1.1\r\nHost: localhost:7384\r\nContent-Length: 12\r\n\r\n";
-    std::string body = R"({"a":[1,2]})" " ";
+    std::string body = R"({"a":[1,2]})"
+                       " ";
     EXPECT_EQ(parseHttpRequest(head.substr(0, 10)).status, ParseStatus::incomplete);
     EXPECT_EQ(parseHttpRequest(head).status, ParseStatus::incomplete);
     EXPECT_EQ(parseHttpRequest(head + body.substr(0, 11)).status, ParseStatus::incomplete);
@@ -26,13 +27,14 @@ TEST(HttpRequestParser, ContentLengthForms) {
         size_t bodyLength;
     };
     const Row rows[] = {
-        {"CONTENT-LENGTH: 3", 3}, {"content-length:3", 3},   {"Content-Length: \t3\t", 3},
+        {"CONTENT-LENGTH: 3", 3},  {"content-length:3", 3},    {"Content-Length: \t3\t", 3},
         {"Content-Length: +3", 3}, {"Content-Length: abc", 0}, {"Content-Length: -5", 0},
         {"Content-Length:", 0},    {"Content-Length: 3x", 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.header);
-        auto parsed = parseHttpRequest(std::string("POST /mcp\r\n") + row.header + "\r\n\r\nabcdef");
+        auto parsed =
+            parseHttpRequest(std::string("POST /mcp\r\n") + row.header + "\r\n\r\nabcdef");
         ASSERT_EQ(parsed.status, ParseStatus::complete);
         EXPECT_EQ(parsed.request.body.size(), row.bodyLength);
     }
@@ -54,8 +56,9 @@ TEST(HttpRequestParser, LimitsStopHugeHeadsAndBodies) {
     HttpLimits limits{.maxHeadBytes = 64, .maxBodyBytes = 10};
     EXPECT_EQ(parseHttpRequest(std::string(65, 'x'), limits).status, ParseStatus::headTooLarge);
     EXPECT_EQ(parseHttpRequest(std::string(64, 'x'), limits).status, ParseStatus::incomplete);
-    EXPECT_EQ(parseHttpRequest("POST /mcp\r\nX: " + std::string(60, 'y') + "\r\n\r\n", limits).status,
-              ParseStatus::headTooLarge);
+    EXPECT_EQ(
+        parseHttpRequest("POST /mcp\r\nX: " + std::string(60, 'y') + "\r\n\r\n", limits).status,
+        ParseStatus::headTooLarge);
     EXPECT_EQ(parseHttpRequest("POST /mcp\r\nContent-Length: 11\r\n\r\n", limits).status,
               ParseStatus::bodyTooLarge);
     // A malformed head does not let the client send without end either.
@@ -64,10 +67,10 @@ TEST(HttpRequestParser, LimitsStopHugeHeadsAndBodies) {
               ParseStatus::incomplete);
     EXPECT_EQ(parseHttpRequest("X\r\n\r\n" + std::string(74, 'z'), limits).status,
               ParseStatus::bodyTooLarge);
-    EXPECT_EQ(parseHttpRequest("POST /mcp\r\nContent-Length: 99999999999999999999999\r\n\r\n",
-                               limits)
-                  .status,
-              ParseStatus::bodyTooLarge);
+    EXPECT_EQ(
+        parseHttpRequest("POST /mcp\r\nContent-Length: 99999999999999999999999\r\n\r\n", limits)
+            .status,
+        ParseStatus::bodyTooLarge);
 }
 
 TEST(HttpRequestParser, KeepsTheHeadersTheChecksNeed) {
@@ -86,7 +89,8 @@ TEST(HttpResponse, SerializesTheExactBytes) {
     EXPECT_EQ(serialize(HttpResponse{.status = 202}),
               "HTTP/1.1 202 Accepted\r\nContent-Type: application/json; charset=utf-8\r\n"
               "Content-Length: 0\r\nConnection: close\r\n\r\n");
-    HttpResponse notFound{.status = 404, .body = std::string("Not found"), .contentType = "text/plain"};
+    HttpResponse notFound{
+        .status = 404, .body = std::string("Not found"), .contentType = "text/plain"};
     notFound.headers.emplace_back("Vary", "Origin");
     EXPECT_EQ(serialize(notFound),
               "HTTP/1.1 404 Not Found\r\nContent-Type: text/plain; charset=utf-8\r\n"

@@ -8,8 +8,9 @@ namespace {
 using Dispatcher = testing::McpFixture;
 
 TEST_F(Dispatcher, ErrorsAndIdsKeepTheirForm) {
-    EXPECT_EQ(*dispatcher_.handleBody(R"({"jsonrpc":"2.0","id":"abc","method":"nope"})"),
-              R"({"jsonrpc":"2.0","id":"abc","error":{"code":-32601,"message":"Method not found: nope"}})");
+    EXPECT_EQ(
+        *dispatcher_.handleBody(R"({"jsonrpc":"2.0","id":"abc","method":"nope"})"),
+        R"({"jsonrpc":"2.0","id":"abc","error":{"code":-32601,"message":"Method not found: nope"}})");
     EXPECT_EQ(*dispatcher_.handleBody(R"({"jsonrpc":"2.0","id":42,"method":"ping"})"),
               R"({"jsonrpc":"2.0","id":42,"result":{}})");
 
@@ -43,10 +44,12 @@ TEST_F(Dispatcher, HostileBodiesGetParseErrors) {
              [] {
                  std::string batch;
                  for (int i = 0; i < 101; ++i) {
-                     batch += std::string(i ? "," : "") + R"({"jsonrpc":"2.0","id":1,"method":"ping"})";
+                     batch +=
+                         std::string(i ? "," : "") + R"({"jsonrpc":"2.0","id":1,"method":"ping"})";
                  }
                  return batch;
-             }() + "]"},
+             }() +
+             "]"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -62,7 +65,8 @@ TEST_F(Dispatcher, HostileBodiesGetParseErrors) {
 }
 
 TEST_F(Dispatcher, NotificationsAndBatches) {
-    EXPECT_FALSE(dispatcher_.handleBody(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"));
+    EXPECT_FALSE(
+        dispatcher_.handleBody(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"));
     EXPECT_FALSE(dispatcher_.handleBody(R"({"jsonrpc":"2.0","id":null,"method":"tools/call",
         "params":{"name":"annotate","arguments":{"text":"Ignored"}}})"));
     EXPECT_FALSE(db_.currentAnnotation());  // a notification does nothing
@@ -108,16 +112,17 @@ TEST_F(Dispatcher, TheCatalogueFollowsTheFeatureSwitches) {
         }
         return list;
     };
-    EXPECT_EQ(names(), (std::vector<std::string>{
-                           "get_activities", "search_activities", "get_app_usage",
-                           "get_daily_summary", "get_focus_sessions", "list_projects",
-                           "save_project", "delete_project", "get_project_time", "annotate",
-                           "get_annotations"}));
+    EXPECT_EQ(names(),
+              (std::vector<std::string>{"get_activities", "search_activities", "get_app_usage",
+                                        "get_daily_summary", "get_focus_sessions", "list_projects",
+                                        "save_project", "delete_project", "get_project_time",
+                                        "annotate", "get_annotations"}));
     Json listed = call("tools/list");
     for (const auto& tool : listed["result"]["tools"]) {
         if (tool["name"] == "delete_project") {
-            EXPECT_EQ(tool["inputSchema"].dump(),
-                      R"({"type":"object","properties":{"name":{"type":"string","description":"Project name."}},"required":["name"]})");
+            EXPECT_EQ(
+                tool["inputSchema"].dump(),
+                R"({"type":"object","properties":{"name":{"type":"string","description":"Project name."}},"required":["name"]})");
         }
     }
 
@@ -158,8 +163,9 @@ TEST_F(Dispatcher, ParamsAreCheckedBeforeTheToolRuns) {
 TEST_F(Dispatcher, ResourcesReadTheDaysOfTheClock) {
     auto list = call("resources/list")["result"]["resources"];
     ASSERT_EQ(list.size(), 3u);
-    EXPECT_EQ(list[2].dump(),
-              R"({"uri":"kvillo://usage/today","name":"Today's App Usage Summary","description":"Time spent per application today.","mimeType":"text/plain"})");
+    EXPECT_EQ(
+        list[2].dump(),
+        R"({"uri":"kvillo://usage/today","name":"Today's App Usage Summary","description":"Time spent per application today.","mimeType":"text/plain"})");
 
     add("Code", testing::localTime(2026, 11, 22, 10), 5);
     auto yesterday = call("resources/read", {{"uri", "kvillo://activities/yesterday"}})["result"];
@@ -167,8 +173,8 @@ TEST_F(Dispatcher, ResourcesReadTheDaysOfTheClock) {
     EXPECT_EQ(yesterday["contents"][0]["text"],
               "Activities (1 sessions):\n"
               "\u2022 Code  [2026-11-22T09:00:00 \u2192 2026-11-22T09:05:00]  (5m 0s)");
-    EXPECT_EQ(call("resources/read", {{"uri", "kvillo://activities/today"}})["result"]["contents"]
-                  [0]["text"],
+    EXPECT_EQ(call("resources/read",
+                   {{"uri", "kvillo://activities/today"}})["result"]["contents"][0]["text"],
               "No activities found.");  // no annotations, so no blank line either
     auto unknown = call("resources/read", {{"uri", "kvillo://usage/yesterday"}});
     EXPECT_EQ(unknown["error"]["code"], -32603);

@@ -39,7 +39,9 @@ protected:
 
     void add(const std::string& app, double start, double minutes,
              std::optional<std::string> title = std::nullopt) {
-        db_.insert(Activity{.appName = app, .title = std::move(title), .startTime = start,
+        db_.insert(Activity{.appName = app,
+                            .title = std::move(title),
+                            .startTime = start,
                             .endTime = start + minutes * 60});
     }
 

@@ -49,8 +49,9 @@ TEST_F(HttpHandler, PostAnswersJsonAndNotificationsGet202) {
               "HTTP/1.1 200 OK\r\nContent-Type: application/json; charset=utf-8\r\n"
               "Content-Length: 36\r\nConnection: close\r\n\r\n"
               R"({"jsonrpc":"2.0","id":7,"result":{}})");
-    for (const char* notifications : {R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
-                                      R"([{"jsonrpc":"2.0","method":"a"},{"jsonrpc":"2.0","method":"b"}])"}) {
+    for (const char* notifications :
+         {R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
+          R"([{"jsonrpc":"2.0","method":"a"},{"jsonrpc":"2.0","method":"b"}])"}) {
         EXPECT_EQ(answer(post(notifications)),
                   "HTTP/1.1 202 Accepted\r\nContent-Type: application/json; charset=utf-8\r\n"
                   "Content-Length: 0\r\nConnection: close\r\n\r\n");
@@ -77,8 +78,9 @@ TEST_F(HttpHandler, RefusesOtherHostsOriginsAndMediaTypes) {
         {"https loopback origin", post(ping, "Origin: https://localhost\r\n"),
          "HTTP/1.1 403 Forbidden"},
         {"null origin", post(ping, "Origin: null\r\n"), "HTTP/1.1 403 Forbidden"},
-        {"text body", "POST /mcp HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/plain\r\n"
-                      "Content-Length: 2\r\n\r\n{}",
+        {"text body",
+         "POST /mcp HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/plain\r\n"
+         "Content-Length: 2\r\n\r\n{}",
          "HTTP/1.1 415 Unsupported Media Type"},
         {"no content type", "POST /mcp HTTP/1.1\r\nContent-Length: 2\r\n\r\n{}",
          "HTTP/1.1 415 Unsupported Media Type"},
@@ -98,15 +100,16 @@ TEST_F(HttpHandler, RefusesOtherHostsOriginsAndMediaTypes) {
 }
 
 TEST_F(HttpHandler, LocalPagesGetTheirOwnOriginBack) {
-    std::string response =
-        answer(post(R"({"jsonrpc":"2.0","id":1,"method":"ping"})", "Origin: http://localhost:5173\r\n"));
+    std::string response = answer(
+        post(R"({"jsonrpc":"2.0","id":1,"method":"ping"})", "Origin: http://localhost:5173\r\n"));
     EXPECT_NE(response.find("\r\nAccess-Control-Allow-Origin: http://localhost:5173\r\n"),
               std::string::npos)
         << response;
     EXPECT_NE(response.find("\r\nVary: Origin\r\n"), std::string::npos);
     EXPECT_EQ(answer(post(R"({"jsonrpc":"2.0","id":1,"method":"ping"})")).find("Access-Control"),
               std::string::npos);
-    std::string preflight = answer("OPTIONS /mcp HTTP/1.1\r\nOrigin: http://127.0.0.1:8080\r\n\r\n");
+    std::string preflight =
+        answer("OPTIONS /mcp HTTP/1.1\r\nOrigin: http://127.0.0.1:8080\r\n\r\n");
     EXPECT_TRUE(preflight.starts_with("HTTP/1.1 204 No Content"));
     EXPECT_NE(preflight.find("Access-Control-Allow-Headers: Content-Type"), std::string::npos);
 }

@@ -1,5 +1,5 @@
-#include <gtest/gtest.h>
 #include <arpa/inet.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -84,7 +84,8 @@ std::string post(const std::string& body) {
 const std::string kPing = R"({"jsonrpc":"2.0","id":1,"method":"ping"})";
 const std::string kPong =
     "HTTP/1.1 200 OK\r\nContent-Type: application/json; charset=utf-8\r\nContent-Length: 36\r\n"
-    "Connection: close\r\n\r\n" R"({"jsonrpc":"2.0","id":1,"result":{}})";
+    "Connection: close\r\n\r\n"
+    R"({"jsonrpc":"2.0","id":1,"result":{}})";
 
 class Server : public ::testing::Test {
 protected:
@@ -197,9 +198,10 @@ TEST_F(Server, ABurstOfConcurrentClientsIsAllAnswered) {
     for (int i = 0; i < 48; ++i) {
         answers.push_back(std::async(std::launch::async, [this, i] {
             RawClient client(port(), i % 2 == 1);
-            std::string body = R"({"jsonrpc":"2.0","id":)" + std::to_string(i) +
-                               R"(,"method":"tools/call","params":{"name":"annotate","arguments":{"text":"Task )" +
-                               std::to_string(i) + R"("}}})";
+            std::string body =
+                R"({"jsonrpc":"2.0","id":)" + std::to_string(i) +
+                R"(,"method":"tools/call","params":{"name":"annotate","arguments":{"text":"Task )" +
+                std::to_string(i) + R"("}}})";
             client.send(post(body));
             return client.receiveAll();
         }));

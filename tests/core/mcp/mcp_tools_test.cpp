@@ -142,10 +142,10 @@ TEST(McpToolsArguments, DurationsReadHoursMinutesAndBareMinutes) {
         const char* text;
         std::optional<double> seconds;
     };
-    const Row rows[] = {{"30m", 1800},   {"1h", 3600},         {"1h30m", 5400}, {"1h 30m", 5400},
-                        {"90", 5400},    {"1h 30", 3600},      {"abc", std::nullopt},
-                        {"0m", std::nullopt}, {"1.5h", 54000}, {" 45S ", 45},
-                        {"", std::nullopt}};
+    const Row rows[] = {{"30m", 1800},         {"1h", 3600},         {"1h30m", 5400},
+                        {"1h 30m", 5400},      {"90", 5400},         {"1h 30", 3600},
+                        {"abc", std::nullopt}, {"0m", std::nullopt}, {"1.5h", 54000},
+                        {" 45S ", 45},         {"", std::nullopt}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
         EXPECT_EQ(McpTools::parseDuration(row.text), row.seconds);

@@ -102,8 +102,8 @@ TEST(RecordJson, RoundTripsEveryRecord) {
     EXPECT_EQ(annotationFromJson(toJson(annotation, DateEncoding::secondsSince1970),
                                  DateEncoding::secondsSince1970),
               annotation);
-    AppUsageSummary summary{.appName = "Mail", .totalDuration = 12.5, .sessionCount = 2,
-                            .latestTitle = "Innboks"};
+    AppUsageSummary summary{
+        .appName = "Mail", .totalDuration = 12.5, .sessionCount = 2, .latestTitle = "Innboks"};
     EXPECT_EQ(appUsageSummaryFromJson(toJson(summary)), summary);
 }
 
@@ -117,8 +117,7 @@ TEST(RecordJson, NullReadsAsAbsentAndMissingRequiredKeyIsAnError) {
     object.erase("appName");
     EXPECT_THROW(activityFromJson(object, DateEncoding::secondsSince1970), RecordDecodeError);
     auto wrongType = nlohmann::ordered_json::parse(R"({"text":3,"startedAt":5})");
-    EXPECT_THROW(annotationFromJson(wrongType, DateEncoding::secondsSince1970),
-                 RecordDecodeError);
+    EXPECT_THROW(annotationFromJson(wrongType, DateEncoding::secondsSince1970), RecordDecodeError);
     auto badDate = nlohmann::ordered_json::parse(R"({"text":"x","startedAt":"yesterday"})");
     EXPECT_THROW(annotationFromJson(badDate, DateEncoding::iso8601), RecordDecodeError);
 }
@@ -127,9 +126,9 @@ TEST(Iso8601, ParsesZonesAndFractionsAndRejectsTheRest) {
     EXPECT_EQ(iso8601::parse("2026-11-23T10:00:00Z"), 1795428000.0);
     EXPECT_EQ(iso8601::parse("2026-11-23T11:00:00+01:00"), 1795428000.0);
     EXPECT_EQ(iso8601::parse("2026-11-23T10:00:00.25Z"), 1795428000.25);
-    for (const char* bad : {"", "2026-11-23", "2026-11-23T10:00:00", "2026-13-01T00:00:00Z",
-                            "2026-11-23T10:00:00Zjunk", "2026-11-23T10:00:00.",
-                            "2026-02-31T10:00:00Z"}) {
+    for (const char* bad :
+         {"", "2026-11-23", "2026-11-23T10:00:00", "2026-13-01T00:00:00Z",
+          "2026-11-23T10:00:00Zjunk", "2026-11-23T10:00:00.", "2026-02-31T10:00:00Z"}) {
         SCOPED_TRACE(bad);
         EXPECT_FALSE(iso8601::parse(bad));
     }

@@ -40,10 +40,12 @@ TEST(SettingsStore, WritesReplaceTheFileWholeAndLeaveNoTemporaries) {
     ASSERT_TRUE(store.set("b", true));
     ASSERT_TRUE(store.remove("a"));
     ASSERT_TRUE(store.remove("never-there"));
-    EXPECT_EQ(nlohmann::json::parse(testing::readFile(file)), nlohmann::json::parse(R"({"b":true})"));
+    EXPECT_EQ(nlohmann::json::parse(testing::readFile(file)),
+              nlohmann::json::parse(R"({"b":true})"));
     EXPECT_EQ(std::filesystem::status(file).permissions(), permissions);
     int entries = 0;
-    for ([[maybe_unused]] auto& entry : std::filesystem::directory_iterator(folder.file("deep/er"))) {
+    for ([[maybe_unused]] auto& entry :
+         std::filesystem::directory_iterator(folder.file("deep/er"))) {
         ++entries;
     }
     EXPECT_EQ(entries, 1);

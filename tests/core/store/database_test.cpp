@@ -152,18 +152,22 @@ TEST_F(DatabaseTest, RangeQueriesAreOldestFirstAndSkipLoginWindow) {
 TEST_F(DatabaseTest, DayUsageAndNotesFollowTheCalendarAcrossClockChanges) {
     // 25 October 2026 lasts 25 hours in Oslo.
     double day = localTime(2026, 10, 25, 12);
-    db_.insert(Activity{.appName = "Code", .startTime = localTime(2026, 10, 25, 23, 30),
+    db_.insert(Activity{.appName = "Code",
+                        .startTime = localTime(2026, 10, 25, 23, 30),
                         .endTime = localTime(2026, 10, 25, 23, 40)});
-    db_.insert(Activity{.appName = "Code", .startTime = localTime(2026, 10, 26, 0, 10),
+    db_.insert(Activity{.appName = "Code",
+                        .startTime = localTime(2026, 10, 26, 0, 10),
                         .endTime = localTime(2026, 10, 26, 0, 20)});
     auto usage = db_.appUsageOn(day);
     ASSERT_EQ(usage.size(), 1u);
     EXPECT_EQ(usage[0].totalDuration, 600);
     EXPECT_EQ(usage[0].sessionCount, 1);
 
-    db_.insertAnnotation(Annotation{.text = "Sent", .startedAt = localTime(2026, 10, 25, 23, 50),
+    db_.insertAnnotation(Annotation{.text = "Sent",
+                                    .startedAt = localTime(2026, 10, 25, 23, 50),
                                     .endedAt = localTime(2026, 10, 26, 0, 5)});
-    db_.insertAnnotation(Annotation{.text = "Neste dag", .startedAt = localTime(2026, 10, 26, 0, 5),
+    db_.insertAnnotation(Annotation{.text = "Neste dag",
+                                    .startedAt = localTime(2026, 10, 26, 0, 5),
                                     .endedAt = localTime(2026, 10, 26, 1)});
     auto notes = db_.fetchAnnotationsOn(day, 10);
     ASSERT_EQ(notes.size(), 1u);
@@ -173,7 +177,8 @@ TEST_F(DatabaseTest, DayUsageAndNotesFollowTheCalendarAcrossClockChanges) {
 TEST_F(DatabaseTest, SearchIsCaseInsensitiveLimitedAndSkipsLoginWindow) {
     for (int i = 0; i < 4; ++i) {
         db_.insert(activity("Mail", 1000 + i, 1001 + i));
-        db_.insert(Activity{.appName = "Firefox", .title = "Inbox - Gmail", .startTime = 2000.0 + i});
+        db_.insert(
+            Activity{.appName = "Firefox", .title = "Inbox - Gmail", .startTime = 2000.0 + i});
     }
     db_.insert(Activity{.appName = "loginwindow", .title = "mail", .startTime = 3000});
     auto found = db_.searchActivities("mail", 5);
@@ -189,11 +194,19 @@ TEST_F(DatabaseTest, SearchIsCaseInsensitiveLimitedAndSkipsLoginWindow) {
 
 TEST_F(DatabaseTest, AppUsageGroupsByNameAndBundleAndCountsOpenRowsToNow) {
     double now = static_cast<double>(std::time(nullptr));
-    db_.insert(Activity{.appName = "Code", .bundleID = "code", .title = "a.cpp",
-                        .startTime = now - 300, .endTime = now - 200});
-    db_.insert(Activity{.appName = "Code", .bundleID = "code", .title = "",
-                        .startTime = now - 200, .endTime = now - 150});
-    db_.insert(Activity{.appName = "Code", .bundleID = "code-insiders", .startTime = now - 150,
+    db_.insert(Activity{.appName = "Code",
+                        .bundleID = "code",
+                        .title = "a.cpp",
+                        .startTime = now - 300,
+                        .endTime = now - 200});
+    db_.insert(Activity{.appName = "Code",
+                        .bundleID = "code",
+                        .title = "",
+                        .startTime = now - 200,
+                        .endTime = now - 150});
+    db_.insert(Activity{.appName = "Code",
+                        .bundleID = "code-insiders",
+                        .startTime = now - 150,
                         .endTime = now - 140});
     db_.insert(Activity{.appName = "Terminal", .startTime = now - 140});
     db_.insert(activity("loginwindow", now - 100, now));
@@ -285,8 +298,9 @@ TEST_F(DatabaseTest, OverlapsAreCutBackButOpenRowsStayOpen) {
 }
 
 TEST_F(DatabaseTest, FailedStatementsThrowTypedErrorsAndChangeNothing) {
-    sideExec("CREATE TRIGGER refuse BEFORE INSERT ON projects BEGIN SELECT RAISE(ABORT, 'no "
-             "projects today'); END;");
+    sideExec(
+        "CREATE TRIGGER refuse BEFORE INSERT ON projects BEGIN SELECT RAISE(ABORT, 'no "
+        "projects today'); END;");
     try {
         db_.saveProject("Alpha", {"a"});
         FAIL() << "the trigger did not refuse";
@@ -295,7 +309,6 @@ TEST_F(DatabaseTest, FailedStatementsThrowTypedErrorsAndChangeNothing) {
         EXPECT_STREQ(error.what(), "Failed to execute statement: no projects today");
     }
     EXPECT_TRUE(db_.fetchProjects().empty());
-
 }
 
 TEST_F(DatabaseTest, WritesWaitForAnotherProcessesLock) {

@@ -13,8 +13,16 @@ TEST(TextFolding, CaseAndDiacriticsFoldAway) {
         const char* folded;
     };
     const Row rows[] = {
-        {"Skarvelin", "skarvelin"}, {"É", "e"},        {"crème brûlée", "creme brulee"},
-        {"ÅRSMØTE", "arsmøte"},     {"Straße", "strasse"},         {"", ""},                   {"a\xff" "b", "a\xEF\xBF\xBD" "b"},
+        {"Skarvelin", "skarvelin"},
+        {"É", "e"},
+        {"crème brûlée", "creme brulee"},
+        {"ÅRSMØTE", "arsmøte"},
+        {"Straße", "strasse"},
+        {"", ""},
+        {"a\xff"
+         "b",
+         "a\xEF\xBF\xBD"
+         "b"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.input);
@@ -43,17 +51,19 @@ TEST(SubstringAutomaton, FindsTheLowestRankAmongOverlappingPatterns) {
 }
 
 TEST(ProjectSearch, AgreesWithAPlainSearchOverEveryTerm) {
-    std::vector<Project> projects{{.name = "Øko"}, {.name = "ab", .keywords = {"bc", "abc"}},
-                                  {.name = "Café", .keywords = {"Kraftnod"}}, {.name = "c"}};
+    std::vector<Project> projects{{.name = "Øko"},
+                                  {.name = "ab", .keywords = {"bc", "abc"}},
+                                  {.name = "Café", .keywords = {"Kraftnod"}},
+                                  {.name = "c"}};
     ProjectSearch search(projects);
-    for (const char* text : {"ØKONOMI", "xabcx", "bcd", "cafe", "KRAFTNØD", "kraftnod!", "zzz",
-                             "c", "", "aøko"}) {
+    for (const char* text :
+         {"ØKONOMI", "xabcx", "bcd", "cafe", "KRAFTNØD", "kraftnod!", "zzz", "c", "", "aøko"}) {
         SCOPED_TRACE(text);
         const std::string* expected = nullptr;
         std::string folded = foldForMatching(text);
         for (const auto& project : projects) {
-            bool found = !folded.empty() &&
-                         folded.find(foldForMatching(project.name)) != std::string::npos;
+            bool found =
+                !folded.empty() && folded.find(foldForMatching(project.name)) != std::string::npos;
             for (const auto& keyword : project.keywords) {
                 found = found || (!folded.empty() &&
                                   folded.find(foldForMatching(keyword)) != std::string::npos);

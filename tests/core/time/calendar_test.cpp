@@ -57,8 +57,8 @@ TEST(Calendar, IsoWeeksFollowTheThursdayRule) {
     struct Row {
         int year, month, day, week;
     };
-    const Row rows[] = {{2026, 1, 1, 1},   {2026, 11, 23, 48}, {2026, 12, 31, 53},
-                        {2027, 1, 3, 53},  {2027, 1, 4, 1},    {2024, 12, 30, 1}};
+    const Row rows[] = {{2026, 1, 1, 1},  {2026, 11, 23, 48}, {2026, 12, 31, 53},
+                        {2027, 1, 3, 53}, {2027, 1, 4, 1},    {2024, 12, 30, 1}};
     for (const auto& row : rows) {
         SCOPED_TRACE(std::to_string(row.year) + "-" + std::to_string(row.month) + "-" +
                      std::to_string(row.day));

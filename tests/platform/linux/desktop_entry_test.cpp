@@ -42,9 +42,12 @@ TEST(DesktopEntry, LocalisedValuesFallBackFromCountryToLanguageToPlain) {
         const char* expected;
     };
     const Row rows[] = {
-        {"nb_NO.UTF-8", "Filer"},         {"nb", "Filer"},
-        {"fr_FR.UTF-8", "Fichiers (France)"}, {"fr_CA", "Files"},
-        {"sr_RS.UTF-8@latin", "Datoteke"}, {"C", "Files"},
+        {"nb_NO.UTF-8", "Filer"},
+        {"nb", "Filer"},
+        {"fr_FR.UTF-8", "Fichiers (France)"},
+        {"fr_CA", "Files"},
+        {"sr_RS.UTF-8@latin", "Datoteke"},
+        {"C", "Files"},
         {"", "Files"},
     };
     for (const auto& row : rows) {

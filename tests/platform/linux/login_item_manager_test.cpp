@@ -24,9 +24,9 @@ TEST(LoginItemManager, EnablingWritesAnAutostartEntryAndDisablingRemovesIt) {
     ASSERT_TRUE(entry);
     EXPECT_EQ(entry->value("Type"), "Application");
     EXPECT_EQ(entry->value("Exec"), "\"/opt/Kvillo Apps/kvillo\"");
-    auto entries = std::distance(
-        std::filesystem::directory_iterator(folder.file("config/autostart")),
-        std::filesystem::directory_iterator());
+    auto entries =
+        std::distance(std::filesystem::directory_iterator(folder.file("config/autostart")),
+                      std::filesystem::directory_iterator());
     EXPECT_EQ(entries, 1);  // no temporary file left behind
 
     auto written = std::filesystem::last_write_time(file);

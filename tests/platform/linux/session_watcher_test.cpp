@@ -56,10 +56,14 @@ protected:
         size_t dot = method.rfind('.');
         std::string script =
             "import dbus\n"
-            "bus = dbus.bus.BusConnection('" + address_ + "')\n"
-            "o = bus.get_object('org.freedesktop.login1', '" + path + "')\n"
-            "dbus.Interface(o, '" + method.substr(0, dot) + "')." + method.substr(dot + 1) +
-            "(" + arguments + ")\n";
+            "bus = dbus.bus.BusConnection('" +
+            address_ +
+            "')\n"
+            "o = bus.get_object('org.freedesktop.login1', '" +
+            path +
+            "')\n"
+            "dbus.Interface(o, '" +
+            method.substr(0, dot) + "')." + method.substr(dot + 1) + "(" + arguments + ")\n";
         return testing::runProcess({"/usr/bin/python3", "-c", script});
     }
 

@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <thread>
 #include <sstream>
+#include <thread>
 
 #include "core/store/database.h"
 #include "platform/linux/x11_session.h"
@@ -43,26 +43,30 @@ protected:
         // Xvfb picks a free display and writes its number to standard output.
         xvfb_ = new ChildProcess({"Xvfb", "-displayfd", "1", "-noreset", "-screen", "0",
                                   "640x480x24", "-nolisten", "tcp"});
-        ASSERT_TRUE(eventually([] { return xvfb_->standardOutput().find('\n') != std::string::npos; },
-                               10s))
+        ASSERT_TRUE(
+            eventually([] { return xvfb_->standardOutput().find('\n') != std::string::npos; }, 10s))
             << xvfb_->standardError();
-        std::string display = ":" + xvfb_->standardOutput().substr(0, xvfb_->standardOutput().find('\n'));
+        std::string display =
+            ":" + xvfb_->standardOutput().substr(0, xvfb_->standardOutput().find('\n'));
         ::setenv("DISPLAY", display.c_str(), 1);
         auto rootHas = [](const char* property) {
             return testing::runProcess({"xprop", "-root", property}).output.find("not found") ==
                    std::string::npos;
         };
-        ASSERT_TRUE(eventually([] { return testing::runProcess({"xprop", "-root"}).status == 0; },
-                               10s));
-        openbox_ = new ChildProcess({"openbox"}, {{"XDG_DATA_DIRS", "/usr/local/share:/usr/share"}});
+        ASSERT_TRUE(eventually(
+            [] {
+                return testing::runProcess({"xprop", "-root"}).status == 0;
+            },
+            10s));
+        openbox_ =
+            new ChildProcess({"openbox"}, {{"XDG_DATA_DIRS", "/usr/local/share:/usr/share"}});
         ASSERT_TRUE(eventually([&] { return rootHas("_NET_SUPPORTING_WM_CHECK"); }, 10s))
             << openbox_->standardError();
         windows_ = new ChildProcess(
             {"/usr/bin/python3", std::string(SOURCE_DIR) + "/make_windows.py",
              "exampleeditor|ExampleEditor|main.cpp \u2014 Editor|net|4242",
              "example-notes|Notes|Caf\u00e9 notes|latin1|4343",
-             "mystery|Mystery Tool|Secret|net|4444",
-             "legacy|Legacy|Gammel caf\u00e9|ctext|4545"});
+             "mystery|Mystery Tool|Secret|net|4444", "legacy|Legacy|Gammel caf\u00e9|ctext|4545"});
         ASSERT_TRUE(eventually(
             [] {
                 std::string output = windows_->standardOutput();
@@ -146,8 +150,8 @@ TEST_F(X11, NamesApplicationsByTheirDesktopFiles) {
         EXPECT_EQ(session.activeWindowTitle(), row.title);
     }
     activate(2);
-    auto retitle = testing::runProcess({"xprop", "-id", ids_[2], "-f", "_NET_WM_NAME", "8u",
-                                        "-set", "_NET_WM_NAME", "Ny tittel \u00e6\u00f8\u00e5"});
+    auto retitle = testing::runProcess({"xprop", "-id", ids_[2], "-f", "_NET_WM_NAME", "8u", "-set",
+                                        "_NET_WM_NAME", "Ny tittel \u00e6\u00f8\u00e5"});
     ASSERT_EQ(retitle.status, 0) << retitle.error;
     EXPECT_EQ(session.activeWindowTitle(), "Ny tittel \u00e6\u00f8\u00e5");
     EXPECT_FALSE(session.isDisplayAsleep());  // Xvfb has no DPMS to sleep with
