@@ -31,7 +31,7 @@ std::optional<std::string> AppDelegate::launch() {
     monitor_ = std::make_unique<ActivityMonitor>(*database_, *features_, *desktop_, clock_, timer_);
     monitor_->start();
 
-    mcpServer_ = std::make_unique<McpServer>(*database_, *features_,
+    mcpServer_ = std::make_unique<McpServer>(*database_, *features_, clock_,
                                              McpServerOptions{.port = options_.mcpPort});
     try {
         mcpServer_->start();

@@ -6,10 +6,10 @@
 
 #include "app/command_line.h"
 #include "core/capture/activity_monitor.h"
-#include "core/capture/system_clock.h"
 #include "core/mcp/mcp_server.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
+#include "core/time/system_clock.h"
 #include "platform/linux/app_paths.h"
 #include "platform/linux/linux_desktop.h"
 

@@ -2,7 +2,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <ctime>
 #include <iostream>
 #include <memory>
 
@@ -11,6 +10,7 @@
 #include "app/gui_module.h"
 #include "app/timesheet_command.h"
 #include "app/unix_signal_watcher.h"
+#include "core/time/system_clock.h"
 
 namespace {
 
@@ -72,9 +72,9 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (auto* timesheet = std::get_if<kvillo::ExportTimesheet>(&request)) {
-        return kvillo::runTimesheetCommand(*timesheet, kvillo::AppPaths::fromEnvironment(),
-                                           static_cast<double>(std::time(nullptr)), std::cout,
-                                           std::cerr);
+        kvillo::SystemClock clock;
+        return kvillo::runTimesheetCommand(*timesheet, kvillo::AppPaths::fromEnvironment(), clock,
+                                           std::cout, std::cerr);
     }
     return runProgram(argc, argv, std::get<kvillo::RunProgram>(request));
 }

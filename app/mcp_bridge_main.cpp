@@ -7,7 +7,7 @@
 #include <string>
 
 #include "core/mcp/mcp_dispatcher.h"
-#include "core/time/wall_clock.h"
+#include "core/time/system_clock.h"
 #include "platform/linux/app_paths.h"
 #include "platform/linux/user_account.h"
 
@@ -19,7 +19,8 @@ int main() {
     try {
         kvillo::Database database(paths.databaseFile);
         kvillo::Features features(paths.settingsFile, kvillo::fullUserName);
-        kvillo::McpDispatcher dispatcher(database, features, kvillo::wallClockNow);
+        kvillo::SystemClock clock;
+        kvillo::McpDispatcher dispatcher(database, features, clock);
         std::string line;
         while (std::getline(std::cin, line)) {
             if (!line.empty() && line.back() == '\r') {

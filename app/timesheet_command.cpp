@@ -94,7 +94,7 @@ bool writeWhole(const std::string& path, const std::string& bytes, std::string& 
 
 }  // namespace
 
-int runTimesheetCommand(const ExportTimesheet& request, const AppPaths& paths, TimePoint now,
+int runTimesheetCommand(const ExportTimesheet& request, const AppPaths& paths, const Clock& clock,
                         std::ostream& out, std::ostream& err) {
     if (!std::filesystem::exists(paths.databaseFile)) {
         err << "kvillo: no activity log at " << paths.databaseFile << "\n";
@@ -112,6 +112,7 @@ int runTimesheetCommand(const ExportTimesheet& request, const AppPaths& paths, T
                 return 2;
             }
         }
+        const TimePoint now = clock.now();
         TimeRange range = requestedRange(request, now);
         auto lines = Timesheet::lines(database, range.start, range.end, project, now);
         std::string text = Timesheet::csv(lines, features.timesheetName(), range.start, range.end,

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "core/mcp/mcp_dispatcher.h"
+#include "tests/support/fake_clock.h"
 
 namespace {
 
@@ -26,14 +27,14 @@ struct Setup {
                                           .endTime = 1795423600});
         features = std::make_unique<kvillo::Features>(folder + "/settings.json",
                                                       [] { return std::string("Fuzz"); });
-        dispatcher = std::make_unique<kvillo::McpDispatcher>(*database, *features,
-                                                             [] { return 1795428000.0; });
+        dispatcher = std::make_unique<kvillo::McpDispatcher>(*database, *features, clock);
     }
     ~Setup() { std::filesystem::remove_all(folder); }
 
     std::string folder;
     std::unique_ptr<kvillo::Database> database;
     std::unique_ptr<kvillo::Features> features;
+    kvillo::testing::FakeClock clock{1795428000.0};
     std::unique_ptr<kvillo::McpDispatcher> dispatcher;
 };
 

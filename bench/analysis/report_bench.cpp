@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <ctime>
 #include <filesystem>
 #include <memory>
 #include <random>
@@ -17,6 +16,7 @@
 #include "core/analysis/timesheet.h"
 #include "core/store/database.h"
 #include "core/time/calendar.h"
+#include "core/time/system_clock.h"
 
 namespace kvillo {
 namespace {
@@ -87,7 +87,7 @@ public:
             }
             database_->saveProject(std::string("Project ") + kWords[p], keywords);
         }
-        end_ = calendar::startOfDay(static_cast<double>(std::time(nullptr)));
+        end_ = calendar::startOfDay(SystemClock().now());
         start_ = calendar::addDays(end_, -days);
         fill(days);
     }

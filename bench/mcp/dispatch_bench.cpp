@@ -8,6 +8,7 @@
 
 #include "core/mcp/mcp_dispatcher.h"
 #include "core/time/calendar.h"
+#include "tests/support/fake_clock.h"
 
 namespace kvillo {
 namespace {
@@ -30,8 +31,8 @@ public:
                                        .startTime = start,
                                        .endTime = start + 45});
         }
-        dispatcher_ = std::make_unique<McpDispatcher>(*database_, *features_,
-                                                      [this] { return day_ + 20 * 3600; });
+        clock_ = std::make_unique<testing::FakeClock>(day_ + 20 * 3600);
+        dispatcher_ = std::make_unique<McpDispatcher>(*database_, *features_, *clock_);
     }
     ~BusyDay() {
         dispatcher_.reset();
@@ -45,6 +46,7 @@ private:
     TimePoint day_ = 0;
     std::unique_ptr<Database> database_;
     std::unique_ptr<Features> features_;
+    std::unique_ptr<testing::FakeClock> clock_;
     std::unique_ptr<McpDispatcher> dispatcher_;
 };
 

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <memory>
 #include <random>
@@ -14,6 +13,7 @@
 
 #include "core/store/database.h"
 #include "core/time/calendar.h"
+#include "core/time/system_clock.h"
 
 namespace kvillo {
 namespace {
@@ -69,7 +69,7 @@ private:
         std::mt19937 random(7384);
         std::uniform_int_distribution<int> app(0, std::size(kApps) - 1);
         std::uniform_int_distribution<int> length(5, 270);
-        firstDay_ = calendar::startOfDay(static_cast<double>(std::time(nullptr)) - kDays * 86400.0);
+        firstDay_ = calendar::startOfDay(SystemClock().now() - kDays * 86400.0);
         TimePoint day = firstDay_;
         char title[128];
         for (int d = 0; d < kDays; ++d, day = calendar::addDays(day, 1)) {

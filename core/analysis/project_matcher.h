@@ -24,8 +24,6 @@ struct ProjectAssignment {
 // state between calls.
 namespace ProjectMatcher {
 
-// Tasks that the Claude Code hook records begin with this.
-inline constexpr std::string_view kClaudeCodePrefix = "Claude Code:";
 // How long after it began a Claude Code task still claims activities.
 inline constexpr Duration kClaudeCodeLimit = 2700;
 // The carry-over every caller but the switch prompt uses.

@@ -13,13 +13,13 @@
 #include "core/analysis/project_matcher.h"
 #include "core/analysis/project_search.h"
 #include "core/localisation/l10n.h"
+#include "core/text/join.h"
 #include "core/time/calendar.h"
 #include "core/time/day_cursor.h"
 
 namespace kvillo::Timesheet {
 namespace {
 
-constexpr std::string_view kTaskPrefix = "Claude Code: ";
 constexpr std::string_view kDisplayPrefix = "Claude Code \u00b7 ";
 
 // Each distinct window title of a call gets a small number, so that the
@@ -59,17 +59,6 @@ struct Tally {
         }
     }
 };
-
-std::string joined(const std::vector<std::string>& parts) {
-    std::string text;
-    for (const auto& part : parts) {
-        if (!text.empty()) {
-            text += "; ";
-        }
-        text += part;
-    }
-    return text;
-}
 
 // The annotations that overlap one day at a time, for days visited in
 // ascending order. Annotations come sorted by start; the latest end up to
@@ -126,7 +115,7 @@ std::string descriptionOf(const std::string& project, const Tally& tally, const 
         }
     }
     if (!notes.empty()) {
-        return joined(notes);
+        return join(notes, "; ");
     }
     auto titles = tally.titles;
     std::stable_sort(titles.begin(), titles.end(),
@@ -135,7 +124,7 @@ std::string descriptionOf(const std::string& project, const Tally& tally, const 
     for (size_t i = 0; i < titles.size() && i < 3; ++i) {
         longest.emplace_back(titleIds.title(titles[i].first));
     }
-    return joined(longest);
+    return join(longest, "; ");
 }
 
 // Two decimals, with a decimal comma except in English.
@@ -165,10 +154,12 @@ std::string quoted(std::string_view value) {
 }  // namespace
 
 std::string displayTask(std::string_view text) {
-    if (!text.starts_with(kTaskPrefix)) {
+    // Only the hook's own form, the prefix and a blank, is shortened.
+    if (!text.starts_with(kClaudeCodePrefix) ||
+        !text.substr(kClaudeCodePrefix.size()).starts_with(' ')) {
         return std::string(text);
     }
-    std::string_view rest = text.substr(kTaskPrefix.size());
+    std::string_view rest = text.substr(kClaudeCodePrefix.size() + 1);
     std::string_view last = rest;
     bool found = false;
     size_t start = 0;

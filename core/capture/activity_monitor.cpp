@@ -3,7 +3,7 @@
 namespace kvillo {
 
 ActivityMonitor::ActivityMonitor(Database& database, const Features& features, Desktop& desktop,
-                                 Clock& clock, RepeatingTimer& timer)
+                                 const Clock& clock, RepeatingTimer& timer)
     : database_(database), features_(features), desktop_(desktop), clock_(clock), timer_(timer) {}
 
 ActivityMonitor::~ActivityMonitor() {

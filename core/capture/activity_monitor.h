@@ -7,6 +7,8 @@
 #include "core/capture/desktop.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
+#include "core/time/clock.h"
+#include "core/time/repeating_timer.h"
 
 namespace kvillo {
 
@@ -28,8 +30,8 @@ public:
     static constexpr const char* kLoginWindowBundleID = "loginwindow";
     static constexpr const char* kUnknownAppName = "Unknown";
 
-    ActivityMonitor(Database& database, const Features& features, Desktop& desktop, Clock& clock,
-                    RepeatingTimer& timer);
+    ActivityMonitor(Database& database, const Features& features, Desktop& desktop,
+                    const Clock& clock, RepeatingTimer& timer);
     ~ActivityMonitor();
     ActivityMonitor(const ActivityMonitor&) = delete;
     ActivityMonitor& operator=(const ActivityMonitor&) = delete;
@@ -61,7 +63,7 @@ private:
     Database& database_;
     const Features& features_;
     Desktop& desktop_;
-    Clock& clock_;
+    const Clock& clock_;
     RepeatingTimer& timer_;
     bool running_ = false;
     bool screenLocked_ = false;

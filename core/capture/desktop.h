@@ -45,19 +45,4 @@ public:
     virtual void unsubscribe() = 0;
 };
 
-// The current time, injectable so the monitor can be driven with a fixed one.
-class Clock {
-public:
-    virtual ~Clock() = default;
-    virtual TimePoint now() = 0;
-};
-
-// A repeating timer on the monitor's thread.
-class RepeatingTimer {
-public:
-    virtual ~RepeatingTimer() = default;
-    virtual void start(Duration interval, std::function<void()> tick) = 0;
-    virtual void stop() = 0;
-};
-
 }  // namespace kvillo

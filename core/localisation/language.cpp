@@ -1,6 +1,6 @@
 #include "core/localisation/language.h"
 
-#include <cstdlib>
+#include "core/environment/locale_environment.h"
 
 namespace kvillo {
 
@@ -68,31 +68,8 @@ Language Language::fromPreferred(const std::vector<std::string>& preferred) {
     return en;
 }
 
-std::vector<std::string> Language::preferredFromEnvironment() {
-    std::vector<std::string> preferred;
-    if (const char* list = std::getenv("LANGUAGE")) {
-        std::string_view rest = list;
-        while (!rest.empty()) {
-            size_t colon = rest.find(':');
-            std::string_view tag = rest.substr(0, colon);
-            if (!tag.empty()) {
-                preferred.emplace_back(tag);
-            }
-            rest = colon == std::string_view::npos ? std::string_view() : rest.substr(colon + 1);
-        }
-    }
-    // Only the first of these that is set is the locale messages use.
-    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        if (const char* value = std::getenv(variable); value && *value) {
-            preferred.emplace_back(value);
-            break;
-        }
-    }
-    return preferred;
-}
-
 Language Language::system() {
-    return fromPreferred(preferredFromEnvironment());
+    return fromPreferred(localeEnvironment::preferredLanguages());
 }
 
 }  // namespace kvillo

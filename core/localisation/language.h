@@ -37,12 +37,7 @@ public:
     // "no" and "nn" count as Norwegian; English when none is.
     static Language fromPreferred(const std::vector<std::string>& preferred);
 
-    // The user's preferred languages as the desktop gives them: LANGUAGE
-    // (colon-separated), then the messages locale (the first of LC_ALL,
-    // LC_MESSAGES and LANG that is set).
-    static std::vector<std::string> preferredFromEnvironment();
-
-    // fromPreferred(preferredFromEnvironment()).
+    // fromPreferred of the languages the environment prefers.
     static Language system();
 
 private:

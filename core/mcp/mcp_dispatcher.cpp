@@ -4,6 +4,8 @@
 
 #include "core/mcp/mcp_catalogue.h"
 #include "core/mcp/mcp_server_error.h"
+#include "core/records/annotation.h"
+#include "core/text/trim.h"
 
 namespace kvillo {
 namespace {
@@ -63,8 +65,7 @@ bool nestsTooDeep(std::string_view body) {
 
 }  // namespace
 
-McpDispatcher::McpDispatcher(Database& database, const Features& features,
-                             std::function<TimePoint()> clock)
+McpDispatcher::McpDispatcher(Database& database, const Features& features, const Clock& clock)
     : database_(database), features_(features), clock_(clock), tools_(database, clock) {}
 
 std::optional<std::string> McpDispatcher::handleBody(std::string_view body) {
@@ -195,9 +196,10 @@ Json McpDispatcher::handleToolsCall(const JsonRpcRequest& request) {
         return refuse("This feature is turned off in Kvillo's settings.");
     }
     if (name == "annotate" && !features_.isEnabled(Features::Key::claudeCodeHook)) {
+        // The tool stores the text trimmed, so that is what is judged.
         auto text = args.find("text");
         if (text != args.end() && text->is_string() &&
-            text->get<std::string>().starts_with("Claude Code:")) {
+            trim(text->get_ref<const std::string&>()).starts_with(kClaudeCodePrefix)) {
             return refuse("The Claude Code hook is turned off in Kvillo's settings.");
         }
     }
@@ -231,7 +233,7 @@ Json McpDispatcher::handleResourcesRead(const JsonRpcRequest& request) {
 }
 
 std::string McpDispatcher::readResource(const std::string& uri) {
-    const TimePoint now = clock_();
+    const TimePoint now = clock_.now();
     if (uri == "kvillo://activities/today") {
         return tools_.activitiesOfDay(now);
     }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +9,7 @@
 #include "core/mcp/mcp_tools.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
+#include "core/time/clock.h"
 
 namespace kvillo {
 
@@ -24,7 +24,8 @@ public:
                                                                        "2025-06-18", "2025-11-25"};
     static constexpr std::string_view kLatestProtocolVersion = "2025-11-25";
 
-    McpDispatcher(Database& database, const Features& features, std::function<TimePoint()> clock);
+    // The database, features and clock must outlive the dispatcher.
+    McpDispatcher(Database& database, const Features& features, const Clock& clock);
 
     // The answer to one request object, or to a batch (an array) an array of
     // answers; none when nothing is to be answered (notifications only).
@@ -43,7 +44,7 @@ private:
 
     Database& database_;
     const Features& features_;
-    std::function<TimePoint()> clock_;
+    const Clock& clock_;
     McpTools tools_;
 };
 

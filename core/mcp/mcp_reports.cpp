@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "core/text/join.h"
 #include "core/time/calendar.h"
 #include "core/time/iso8601.h"
 
@@ -16,17 +17,6 @@ constexpr const char* kArrow = " \u2192 ";
 std::string utcDateTime(TimePoint t) {
     std::string text = iso8601::format(t);
     text.pop_back();
-    return text;
-}
-
-std::string joinedLines(const std::vector<std::string>& lines) {
-    std::string text;
-    for (const auto& line : lines) {
-        if (!text.empty()) {
-            text += "\n";
-        }
-        text += line;
-    }
     return text;
 }
 
@@ -57,7 +47,7 @@ std::string formatActivities(const std::vector<Activity>& activities) {
                 activity.formattedDuration() + ")";
         lines.push_back(std::move(line));
     }
-    return joinedLines(lines);
+    return join(lines, "\n");
 }
 
 std::string formatAnnotations(const std::vector<Annotation>& annotations, TimePoint now) {
@@ -71,7 +61,7 @@ std::string formatAnnotations(const std::vector<Annotation>& annotations, TimePo
                         (annotation.endedAt ? utcDateTime(*annotation.endedAt) : "ongoing") +
                         "]  (" + annotation.formattedDuration(now) + ")");
     }
-    return joinedLines(lines);
+    return join(lines, "\n");
 }
 
 std::string formatUsage(const std::vector<AppUsageSummary>& summaries) {
@@ -84,7 +74,7 @@ std::string formatUsage(const std::vector<AppUsageSummary>& summaries) {
         lines.push_back(kBullet + summary.appName + ": " + summary.formattedDuration() +
                         " across " + std::to_string(summary.sessionCount) + " session(s)");
     }
-    return joinedLines(lines);
+    return join(lines, "\n");
 }
 
 std::string formatFocusSessions(const std::vector<FocusSession>& sessions, long long minMinutes) {
@@ -110,7 +100,7 @@ std::string formatFocusSessions(const std::vector<FocusSession>& sessions, long 
                         formatSeconds(session.duration()) + ", " +
                         std::to_string(session.switches) + " switches): " + apps);
     }
-    return joinedLines(lines);
+    return join(lines, "\n");
 }
 
 }  // namespace kvillo::McpReports

@@ -28,11 +28,9 @@ constexpr std::chrono::milliseconds kAcceptBackoff{100};
 
 class McpServer::Impl {
 public:
-    Impl(Database& database, const Features& features, const McpServerOptions& options,
-         std::function<TimePoint()> clock)
-        : options_(options),
-          dispatcher_(database, features, std::move(clock)),
-          handler_(dispatcher_) {}
+    Impl(Database& database, const Features& features, const Clock& clock,
+         const McpServerOptions& options)
+        : options_(options), dispatcher_(database, features, clock), handler_(dispatcher_) {}
 
     void start();
     void stop();
@@ -251,10 +249,9 @@ void McpServer::Impl::stop() {
     thread_.join();
 }
 
-McpServer::McpServer(Database& database, const Features& features, McpServerOptions options,
-                     std::function<TimePoint()> clock)
-    : options_(options),
-      impl_(std::make_unique<Impl>(database, features, options, std::move(clock))) {}
+McpServer::McpServer(Database& database, const Features& features, const Clock& clock,
+                     McpServerOptions options)
+    : options_(options), impl_(std::make_unique<Impl>(database, features, clock, options)) {}
 
 McpServer::~McpServer() {
     stop();

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,7 +9,7 @@
 #include "core/mcp/http_request.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
-#include "core/time/wall_clock.h"
+#include "core/time/clock.h"
 
 namespace kvillo {
 
@@ -33,8 +32,9 @@ struct McpServerOptions {
 // accept calls from it.
 class McpServer {
 public:
-    McpServer(Database& database, const Features& features, McpServerOptions options = {},
-              std::function<TimePoint()> clock = wallClockNow);
+    // The database, features and clock must outlive the server.
+    McpServer(Database& database, const Features& features, const Clock& clock,
+              McpServerOptions options = {});
     ~McpServer();
     McpServer(const McpServer&) = delete;
     McpServer& operator=(const McpServer&) = delete;

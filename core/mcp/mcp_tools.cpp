@@ -9,6 +9,9 @@
 #include "core/analysis/focus_session.h"
 #include "core/analysis/project_matcher.h"
 #include "core/mcp/mcp_reports.h"
+#include "core/records/duration_text.h"
+#include "core/text/join.h"
+#include "core/text/trim.h"
 #include "core/time/day_cursor.h"
 #include "core/time/iso8601.h"
 
@@ -43,39 +46,9 @@ std::optional<long long> integerArgument(const Json& args, const char* key) {
     return std::clamp<long long>(found->get<std::int64_t>(), INT32_MIN, INT32_MAX);
 }
 
-std::string trimmedWhitespace(const std::string& text) {
-    constexpr const char* kWhitespace = " \t\n\r\v\f";
-    size_t start = text.find_first_not_of(kWhitespace);
-    if (start == std::string::npos) {
-        return {};
-    }
-    return text.substr(start, text.find_last_not_of(kWhitespace) - start + 1);
-}
-
-std::string joined(const std::vector<std::string>& parts, const std::string& separator) {
-    std::string text;
-    for (size_t i = 0; i < parts.size(); ++i) {
-        text += (i ? separator : "") + parts[i];
-    }
-    return text;
-}
-
-// 45s, 12m, 1h 5m: the daily summary's short form.
-std::string shortDuration(Duration seconds) {
-    auto whole = static_cast<std::int64_t>(seconds);
-    if (whole < 60) {
-        return std::to_string(whole) + "s";
-    }
-    if (whole < 3600) {
-        return std::to_string(whole / 60) + "m";
-    }
-    return std::to_string(whole / 3600) + "h " + std::to_string((whole / 60) % 60) + "m";
-}
-
 }  // namespace
 
-McpTools::McpTools(Database& database, std::function<TimePoint()> clock)
-    : database_(database), clock_(std::move(clock)) {}
+McpTools::McpTools(Database& database, const Clock& clock) : database_(database), clock_(clock) {}
 
 std::optional<TimePoint> McpTools::parseDate(const Json& args, const char* key) const {
     auto text = stringArgument(args, key);
@@ -87,7 +60,7 @@ std::optional<TimePoint> McpTools::parseDate(const Json& args, const char* key) 
 }
 
 TimeRange McpTools::parseRange(const Json& args, int defaultDays) const {
-    TimePoint lastDay = calendar::startOfDay(parseDate(args, "to").value_or(clock_()));
+    TimePoint lastDay = calendar::startOfDay(parseDate(args, "to").value_or(clock_.now()));
     TimePoint to = calendar::addDays(lastDay, 1);
     auto first = parseDate(args, "from");
     TimePoint from = first ? *first : calendar::addDays(to, -defaultDays);
@@ -135,7 +108,7 @@ std::string McpTools::activitiesOfDay(TimePoint day) {
     auto annotations = database_.fetchAnnotationsOn(day, kAnnotationLimit);
     std::string text = McpReports::formatActivities(activities);
     if (!annotations.empty()) {
-        text += "\n\n" + McpReports::formatAnnotations(annotations, clock_());
+        text += "\n\n" + McpReports::formatAnnotations(annotations, clock_.now());
     }
     return text;
 }
@@ -145,7 +118,7 @@ std::string McpTools::usageOfDay(TimePoint day) {
 }
 
 ToolResult McpTools::callTool(const std::string& name, const Json& args) {
-    const TimePoint now = clock_();
+    const TimePoint now = clock_.now();
     if (name == "get_activities") {
         TimePoint day = parseDate(args, "date").value_or(now);
         int limit = static_cast<int>(integerArgument(args, "limit").value_or(100));
@@ -197,11 +170,11 @@ ToolResult McpTools::callTool(const std::string& name, const Json& args) {
         for (const auto& project : projects) {
             std::string line = "\u2022 " + project.name;
             if (!project.keywords.empty()) {
-                line += " \u2013 keywords: " + joined(project.keywords, ", ");
+                line += " \u2013 keywords: " + join(project.keywords, ", ");
             }
             lines.push_back(line);
         }
-        return {joined(lines, "\n")};
+        return {join(lines, "\n")};
     }
     if (name == "save_project") {
         return saveProject(args);
@@ -228,7 +201,7 @@ ToolResult McpTools::callTool(const std::string& name, const Json& args) {
 }
 
 ToolResult McpTools::saveProject(const Json& args) {
-    std::string name = trimmedWhitespace(stringArgument(args, "name").value_or(""));
+    std::string name(trim(stringArgument(args, "name").value_or("")));
     if (name.empty()) {
         return {"Error: 'name' is required", true};
     }
@@ -238,7 +211,7 @@ ToolResult McpTools::saveProject(const Json& args) {
             if (!element.is_string()) {
                 continue;
             }
-            std::string keyword = trimmedWhitespace(element.get<std::string>());
+            std::string keyword(trim(element.get_ref<const std::string&>()));
             if (!keyword.empty() && keyword.find(',') == std::string::npos) {
                 keywords.push_back(std::move(keyword));
             }
@@ -248,12 +221,12 @@ ToolResult McpTools::saveProject(const Json& args) {
     if (keywords.empty()) {
         return {"Saved project " + name + "."};
     }
-    return {"Saved project " + name + " with keywords: " + joined(keywords, ", ") + "."};
+    return {"Saved project " + name + " with keywords: " + join(keywords, ", ") + "."};
 }
 
 ToolResult McpTools::annotate(const Json& args) {
-    const TimePoint now = clock_();
-    std::string text = trimmedWhitespace(stringArgument(args, "text").value_or(""));
+    const TimePoint now = clock_.now();
+    std::string text(trim(stringArgument(args, "text").value_or("")));
     if (text.empty()) {
         database_.endCurrentAnnotation(now);
         return {"Ended current annotation."};
@@ -285,9 +258,10 @@ std::string McpTools::dailySummary(TimeRange range) {
         } else {
             std::vector<std::string> top;
             for (size_t i = 0; i < usage.size() && i < 3; ++i) {
-                top.push_back(usage[i].appName + " " + shortDuration(usage[i].totalDuration));
+                top.push_back(usage[i].appName + " " +
+                              durationText(usage[i].totalDuration, MinuteForm::withoutSeconds));
             }
-            lines.push_back("  Top apps: " + joined(top, ", "));
+            lines.push_back("  Top apps: " + join(top, ", "));
         }
         auto annotations = database_.fetchAnnotationsOn(day, kAnnotationLimit);
         if (!annotations.empty()) {
@@ -295,13 +269,13 @@ std::string McpTools::dailySummary(TimeRange range) {
             for (auto it = annotations.rbegin(); it != annotations.rend(); ++it) {
                 texts.push_back(it->text);
             }
-            lines.push_back("  Worked on: " + joined(texts, "; "));
+            lines.push_back("  Worked on: " + join(texts, "; "));
         }
         grandTotal += dayTotal;
     }
     lines.emplace_back();
     lines.push_back("Total active time: " + McpReports::formatSeconds(grandTotal));
-    return joined(lines, "\n");
+    return join(lines, "\n");
 }
 
 std::string McpTools::projectTime(TimeRange range) {
@@ -309,7 +283,7 @@ std::string McpTools::projectTime(TimeRange range) {
     if (projects.empty()) {
         return kNoProjects;
     }
-    const TimePoint now = clock_();
+    const TimePoint now = clock_.now();
     auto activities = database_.fetchActivities(range.start, range.end);
     if (activities.empty()) {
         return "No activity in this period.";
@@ -362,7 +336,7 @@ std::string McpTools::projectTime(TimeRange range) {
             dayTexts.push_back(calendar::format(day, "EEE MM-dd") + " " +
                                McpReports::formatSeconds(seconds));
         }
-        lines.push_back("  Days: " + joined(dayTexts, ", "));
+        lines.push_back("  Days: " + join(dayTexts, ", "));
         std::stable_sort(entry.titles.begin(), entry.titles.end(),
                          [](const auto& a, const auto& b) { return a.second > b.second; });
         std::vector<std::string> titleTexts;
@@ -370,9 +344,9 @@ std::string McpTools::projectTime(TimeRange range) {
             titleTexts.push_back(entry.titles[i].first + " " +
                                  McpReports::formatSeconds(entry.titles[i].second));
         }
-        lines.push_back("  Top titles: " + joined(titleTexts, "; "));
+        lines.push_back("  Top titles: " + join(titleTexts, "; "));
     }
-    return joined(lines, "\n");
+    return join(lines, "\n");
 }
 
 }  // namespace kvillo

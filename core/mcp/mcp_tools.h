@@ -1,12 +1,12 @@
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <string>
 
 #include "core/mcp/json_rpc.h"
 #include "core/store/database.h"
 #include "core/time/calendar.h"
+#include "core/time/clock.h"
 
 namespace kvillo {
 
@@ -21,8 +21,8 @@ struct ToolResult {
 // One thread at a time (the server's).
 class McpTools {
 public:
-    // `clock` gives the current time; tests fix it.
-    McpTools(Database& database, std::function<TimePoint()> clock);
+    // The database and clock must outlive the tools.
+    McpTools(Database& database, const Clock& clock);
 
     // Runs the named tool with `args` (an object). Throws DatabaseError,
     // which the caller reports as "Error: " + its text.
@@ -48,7 +48,7 @@ private:
     ToolResult annotate(const Json& args);
 
     Database& database_;
-    std::function<TimePoint()> clock_;
+    const Clock& clock_;
 };
 
 }  // namespace kvillo

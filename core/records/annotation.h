@@ -3,10 +3,15 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "core/time/time_point.h"
 
 namespace kvillo {
+
+// Tasks that the Claude Code hook records begin with this (case-sensitive),
+// followed by a blank and the folder the assistant works in.
+inline constexpr std::string_view kClaudeCodePrefix = "Claude Code:";
 
 // A stretch of time the user described in words: the task they worked on.
 // At most one annotation is open at a time (the database keeps it so).

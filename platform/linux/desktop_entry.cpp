@@ -4,17 +4,10 @@
 #include <sstream>
 #include <vector>
 
+#include "core/text/trim.h"
+
 namespace kvillo {
 namespace {
-
-std::string_view trimmed(std::string_view text) {
-    size_t start = text.find_first_not_of(" \t\r");
-    if (start == std::string_view::npos) {
-        return {};
-    }
-    size_t end = text.find_last_not_of(" \t\r");
-    return text.substr(start, end - start + 1);
-}
 
 std::string unescaped(std::string_view value) {
     std::string result;
@@ -59,7 +52,7 @@ DesktopEntry DesktopEntry::parse(std::string_view text) {
         if (lineEnd == std::string_view::npos) {
             lineEnd = text.size();
         }
-        std::string_view line = trimmed(text.substr(lineStart, lineEnd - lineStart));
+        std::string_view line = trim(text.substr(lineStart, lineEnd - lineStart));
         lineStart = lineEnd + 1;
         if (line.empty() || line.front() == '#') {
             continue;
@@ -72,9 +65,9 @@ DesktopEntry DesktopEntry::parse(std::string_view text) {
         if (!group || equals == std::string_view::npos) {
             continue;
         }
-        std::string key(trimmed(line.substr(0, equals)));
+        std::string key(trim(line.substr(0, equals)));
         // The first occurrence wins, as in the desktops' own parsers.
-        group->try_emplace(std::move(key), unescaped(trimmed(line.substr(equals + 1))));
+        group->try_emplace(std::move(key), unescaped(trim(line.substr(equals + 1))));
     }
     return entry;
 }

@@ -1,8 +1,9 @@
 #include "platform/linux/desktop_file_index.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
+
+#include "core/environment/xdg_folders.h"
 
 namespace kvillo {
 namespace {
@@ -21,28 +22,9 @@ std::string lowerDashed(std::string text) {
 DesktopFileIndex::DesktopFileIndex(std::string locale) : locale_(std::move(locale)) {}
 
 std::vector<std::string> DesktopFileIndex::applicationFolders() {
-    std::vector<std::string> folders;
-    const char* dataHome = std::getenv("XDG_DATA_HOME");
-    const char* home = std::getenv("HOME");
-    if (dataHome && dataHome[0] == '/') {
-        folders.push_back(std::string(dataHome) + "/applications");
-    } else if (home) {
-        folders.push_back(std::string(home) + "/.local/share/applications");
-    }
-    const char* dataDirs = std::getenv("XDG_DATA_DIRS");
-    std::string dirs = dataDirs && *dataDirs ? dataDirs : "/usr/local/share:/usr/share";
-    size_t start = 0;
-    while (start <= dirs.size()) {
-        size_t colon = dirs.find(':', start);
-        std::string dir =
-            dirs.substr(start, colon == std::string::npos ? std::string::npos : colon - start);
-        if (!dir.empty() && dir[0] == '/') {
-            folders.push_back(dir + "/applications");
-        }
-        if (colon == std::string::npos) {
-            break;
-        }
-        start = colon + 1;
+    std::vector<std::string> folders{xdg::dataHome() + "/applications"};
+    for (const auto& folder : xdg::dataDirs()) {
+        folders.push_back(folder + "/applications");
     }
     return folders;
 }

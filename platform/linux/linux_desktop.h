@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "core/capture/desktop.h"
+#include "core/time/repeating_timer.h"
 #include "platform/linux/session_watcher.h"
 #include "platform/linux/x11_session.h"
 

@@ -13,6 +13,8 @@
 #include <iostream>
 #include <vector>
 
+#include "core/environment/locale_environment.h"
+
 namespace kvillo {
 namespace {
 
@@ -55,22 +57,13 @@ std::string compoundTextToUtf8(const std::string& bytes) {
     return out;
 }
 
-std::string messagesLocale() {
-    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        if (const char* value = std::getenv(variable); value && *value) {
-            return value;
-        }
-    }
-    return "C";
-}
-
 }  // namespace
 
 struct X11Session::Atoms {
     xcb_atom_t activeWindow, netWmName, utf8String, compoundText, wmPid, gtkApplicationId;
 };
 
-X11Session::X11Session() : applications_(messagesLocale()) {
+X11Session::X11Session() : applications_(localeEnvironment::messagesLocale().value_or("C")) {
     if (const char* type = std::getenv("XDG_SESSION_TYPE");
         type && std::string(type) == "wayland") {
         std::cerr << "kvillo: this is a Wayland session; only windows of X11 programs "

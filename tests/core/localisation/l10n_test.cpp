@@ -3,6 +3,7 @@
 #include <regex>
 #include <set>
 
+#include "core/environment/locale_environment.h"
 #include "core/localisation/l10n.h"
 #include "core/localisation/translations.h"
 #include "core/settings/features.h"
@@ -37,7 +38,7 @@ TEST(Language, TheEnvironmentGivesLanguageThenTheMessagesLocale) {
         ScopedEnv language("LANGUAGE", "de_DE:nn_NO:en");
         ScopedEnv all("LC_ALL", "fr_FR.UTF-8");
         ScopedEnv lang("LANG", "es_ES.UTF-8");
-        EXPECT_EQ(Language::preferredFromEnvironment(),
+        EXPECT_EQ(localeEnvironment::preferredLanguages(),
                   (std::vector<std::string>{"de_DE", "nn_NO", "en", "fr_FR.UTF-8"}));
         EXPECT_EQ(Language::system(), Language::nb);
     }

@@ -140,8 +140,13 @@ TEST_F(Dispatcher, TheCatalogueFollowsTheFeatureSwitches) {
 
 TEST_F(Dispatcher, TheClaudeCodeHookSwitchRefusesOnlyItsOwnNotes) {
     features_.set(Features::Key::claudeCodeHook, false);
-    EXPECT_EQ(tool("annotate", {{"text", "Claude Code: fixing tests"}}),
-              "The Claude Code hook is turned off in Kvillo's settings.");
+    // Leading white space, Unicode's included, would be trimmed off on storing.
+    for (const char* text :
+         {"Claude Code: fixing tests", " \tClaude Code: x", "\u00a0\u3000Claude Code:"}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(tool("annotate", {{"text", text}}),
+                  "The Claude Code hook is turned off in Kvillo's settings.");
+    }
     EXPECT_FALSE(db_.currentAnnotation());
     EXPECT_FALSE(toolIsError("annotate", {{"text", "claude code: x"}}));
     EXPECT_FALSE(toolIsError("annotate", {{"text", "Fixing tests"}}));

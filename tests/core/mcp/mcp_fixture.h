@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/mcp/mcp_dispatcher.h"
+#include "tests/support/fake_clock.h"
 #include "tests/support/temp_folder.h"
 
 namespace kvillo::testing {
@@ -48,7 +49,8 @@ protected:
     TempFolder folder_;
     Database db_{folder_.file("activities.db")};
     Features features_{folder_.file("settings.json"), [] { return std::string("Kari"); }};
-    McpDispatcher dispatcher_{db_, features_, [this] { return now_; }};
+    FakeClock clock_{now_};
+    McpDispatcher dispatcher_{db_, features_, clock_};
 };
 
 }  // namespace kvillo::testing

@@ -12,6 +12,7 @@
 
 #include "core/mcp/mcp_server.h"
 #include "core/mcp/mcp_server_error.h"
+#include "core/time/system_clock.h"
 #include "tests/support/port_blocker.h"
 #include "tests/support/temp_folder.h"
 
@@ -90,7 +91,7 @@ const std::string kPong =
 class Server : public ::testing::Test {
 protected:
     explicit Server(McpServerOptions options = {.port = 0, .requestTimeout = 500ms})
-        : server_(db_, features_, options) {
+        : server_(db_, features_, clock_, options) {
         server_.start();
     }
 
@@ -99,6 +100,7 @@ protected:
     testing::TempFolder folder_;
     Database db_{folder_.file("activities.db")};
     Features features_{folder_.file("settings.json"), [] { return std::string(); }};
+    SystemClock clock_;
     McpServer server_;
 };
 
@@ -221,7 +223,8 @@ TEST(ServerStart, AnAddressTakenByAnotherProgramIsReported) {
     testing::PortBlocker blocker(/*alsoIpv6=*/false);
     std::uint16_t taken = blocker.port();
 
-    McpServer server(db, features, {.port = taken});
+    SystemClock clock;
+    McpServer server(db, features, clock, {.port = taken});
     bool listening = true;
     try {
         server.start();  // ::1 may still be had
@@ -239,9 +242,10 @@ TEST(ServerStart, ATakenPortIsReportedAndNothingListens) {
     testing::TempFolder folder;
     Database db(folder.file("activities.db"));
     Features features(folder.file("settings.json"), [] { return std::string(); });
-    McpServer first(db, features, {.port = 0});
+    SystemClock clock;
+    McpServer first(db, features, clock, {.port = 0});
     first.start();
-    McpServer second(db, features, {.port = first.boundPort()});
+    McpServer second(db, features, clock, {.port = first.boundPort()});
     try {
         second.start();
         FAIL() << "two servers on one port";

@@ -107,8 +107,8 @@ TEST_F(Tools, FocusSessionsWithDefaultsAndHugeArguments) {
 }
 
 TEST_F(Tools, ProjectsAreListedSavedAndDeleted) {
-    EXPECT_EQ(tool("save_project", {{"name", "  Skarvelin\n"},
-                                    {"keywords", Json::array({"  Kraftnod ", "", "a,b", 7})}}),
+    EXPECT_EQ(tool("save_project", {{"name", "\u3000Skarvelin\n"},
+                                    {"keywords", Json::array({"  Kraftnod\u00a0", "", "a,b", 7})}}),
               "Saved project Skarvelin with keywords: Kraftnod.");
     EXPECT_EQ(tool("save_project", {{"name", "Tom"}}), "Saved project Tom.");
     EXPECT_EQ(tool("list_projects"),
@@ -153,7 +153,7 @@ TEST(McpToolsArguments, DurationsReadHoursMinutesAndBareMinutes) {
 }
 
 TEST_F(Tools, RangesAreWholeDaysAndAtMostNinetyTwo) {
-    McpTools tools(db_, [this] { return now_; });
+    McpTools tools(db_, clock_);
     auto week = tools.parseRange(Json::object(), 7);
     EXPECT_EQ(week.start, localTime(2026, 11, 17));
     EXPECT_EQ(week.end, localTime(2026, 11, 24));

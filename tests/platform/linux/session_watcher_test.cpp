@@ -6,6 +6,7 @@
 
 #include "core/capture/activity_monitor.h"
 #include "platform/linux/session_watcher.h"
+#include "tests/support/fake_clock.h"
 #include "tests/support/fake_desktop.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
