@@ -36,6 +36,7 @@ constexpr int kMaxNesting = 64;
 // One batch runs on the server's only thread; a long one would hold up
 // every other client.
 constexpr size_t kMaxBatch = 100;
+constexpr int kResourceActivityLimit = 200;
 
 bool nestsTooDeep(std::string_view body) {
     int depth = 0;
@@ -163,14 +164,7 @@ Json McpDispatcher::handleInitialize(const JsonRpcRequest& request) {
 }
 
 Json McpDispatcher::handleToolsList(const JsonRpcRequest& request) {
-    auto disabled = McpCatalogue::disabledTools(features_);
-    Json tools = Json::array();
-    for (const auto& tool : McpCatalogue::tools()) {
-        if (!disabled.contains(tool["name"].get<std::string>())) {
-            tools.push_back(tool);
-        }
-    }
-    return resultResponse(request.id, Json{{"tools", std::move(tools)}});
+    return resultResponse(request.id, Json{{"tools", McpCatalogue::toolList(features_)}});
 }
 
 Json McpDispatcher::handleToolsCall(const JsonRpcRequest& request) {
@@ -192,7 +186,8 @@ Json McpDispatcher::handleToolsCall(const JsonRpcRequest& request) {
     if (!features_.isEnabled(Features::Key::aiAccess)) {
         return refuse("AI access is turned off in Kvillo's settings.");
     }
-    if (McpCatalogue::disabledTools(features_).contains(name)) {
+    const McpTool* tool = McpCatalogue::findTool(name);
+    if (tool && McpCatalogue::isWithdrawn(*tool, features_)) {
         return refuse("This feature is turned off in Kvillo's settings.");
     }
     if (name == "annotate" && !features_.isEnabled(Features::Key::claudeCodeHook)) {
@@ -203,8 +198,11 @@ Json McpDispatcher::handleToolsCall(const JsonRpcRequest& request) {
             return refuse("The Claude Code hook is turned off in Kvillo's settings.");
         }
     }
+    if (!tool) {
+        return resultResponse(request.id, toolResult("Unknown tool: " + name, true));
+    }
     try {
-        ToolResult result = tools_.callTool(name, args);
+        ToolResult result = (tools_.*tool->run)(args);
         return resultResponse(request.id, toolResult(result.text, result.isError));
     } catch (const DatabaseError& error) {
         return resultResponse(request.id, toolResult(std::string("Error: ") + error.what(), true));
@@ -235,10 +233,10 @@ Json McpDispatcher::handleResourcesRead(const JsonRpcRequest& request) {
 std::string McpDispatcher::readResource(const std::string& uri) {
     const TimePoint now = clock_.now();
     if (uri == "kvillo://activities/today") {
-        return tools_.activitiesOfDay(now);
+        return tools_.activitiesOfDay(now, kResourceActivityLimit);
     }
     if (uri == "kvillo://activities/yesterday") {
-        return tools_.activitiesOfDay(calendar::addDays(now, -1));
+        return tools_.activitiesOfDay(calendar::addDays(now, -1), kResourceActivityLimit);
     }
     if (uri == "kvillo://usage/today") {
         return tools_.usageOfDay(now);

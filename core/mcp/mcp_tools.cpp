@@ -103,10 +103,9 @@ std::optional<Duration> McpTools::parseDuration(std::string_view input) {
     return std::nullopt;
 }
 
-std::string McpTools::activitiesOfDay(TimePoint day) {
-    auto activities = database_.fetchActivitiesOn(day, 200);
+std::string McpTools::activitiesOfDay(TimePoint day, int limit) {
+    std::string text = McpReports::formatActivities(database_.fetchActivitiesOn(day, limit));
     auto annotations = database_.fetchAnnotationsOn(day, kAnnotationLimit);
-    std::string text = McpReports::formatActivities(activities);
     if (!annotations.empty()) {
         text += "\n\n" + McpReports::formatAnnotations(annotations, clock_.now());
     }
@@ -117,87 +116,71 @@ std::string McpTools::usageOfDay(TimePoint day) {
     return McpReports::formatUsage(database_.appUsageOn(day));
 }
 
-ToolResult McpTools::callTool(const std::string& name, const Json& args) {
-    const TimePoint now = clock_.now();
-    if (name == "get_activities") {
-        TimePoint day = parseDate(args, "date").value_or(now);
-        int limit = static_cast<int>(integerArgument(args, "limit").value_or(100));
-        auto activities = database_.fetchActivitiesOn(day, limit);
-        auto annotations = database_.fetchAnnotationsOn(day, kAnnotationLimit);
-        std::string text = McpReports::formatActivities(activities);
-        if (!annotations.empty()) {
-            text += "\n\n" + McpReports::formatAnnotations(annotations, now);
-        }
-        return {text};
+ToolResult McpTools::getActivities(const Json& args) {
+    TimePoint day = parseDate(args, "date").value_or(clock_.now());
+    return {activitiesOfDay(day, static_cast<int>(integerArgument(args, "limit").value_or(100)))};
+}
+
+ToolResult McpTools::searchActivities(const Json& args) {
+    auto query = stringArgument(args, "query");
+    if (!query) {
+        return {"Error: 'query' is required", true};
     }
-    if (name == "search_activities") {
-        auto query = stringArgument(args, "query");
-        if (!query) {
-            return {"Error: 'query' is required", true};
-        }
-        int limit = static_cast<int>(integerArgument(args, "limit").value_or(50));
-        return {McpReports::formatActivities(database_.searchActivities(*query, limit))};
-    }
-    if (name == "get_app_usage") {
-        if (args.contains("from")) {
-            auto range = parseRange(args, 1);
-            return {McpReports::formatUsage(database_.appUsage(range.start, range.end))};
-        }
-        return {
-            McpReports::formatUsage(database_.appUsageOn(parseDate(args, "date").value_or(now)))};
-    }
-    if (name == "get_daily_summary") {
-        return {dailySummary(parseRange(args, 7))};
-    }
-    if (name == "get_focus_sessions") {
+    int limit = static_cast<int>(integerArgument(args, "limit").value_or(50));
+    return {McpReports::formatActivities(database_.searchActivities(*query, limit))};
+}
+
+ToolResult McpTools::getAppUsage(const Json& args) {
+    // Any "from", even one that cannot be read, asks for a range.
+    if (args.contains("from")) {
         auto range = parseRange(args, 1);
-        if (args.contains("from") && !args.contains("to")) {
-            range.end = calendar::addDays(range.start, 1);
+        return {McpReports::formatUsage(database_.appUsage(range.start, range.end))};
+    }
+    return {usageOfDay(parseDate(args, "date").value_or(clock_.now()))};
+}
+
+ToolResult McpTools::getFocusSessions(const Json& args) {
+    auto range = parseRange(args, 1);
+    if (args.contains("from") && !args.contains("to")) {
+        range.end = calendar::addDays(range.start, 1);
+    }
+    long long minMinutes = integerArgument(args, "min_minutes").value_or(25);
+    long long maxGapMinutes = integerArgument(args, "max_gap_minutes").value_or(2);
+    auto sessions = FocusSession::detect(database_.fetchActivities(range.start, range.end),
+                                         static_cast<double>(minMinutes) * 60,
+                                         static_cast<double>(maxGapMinutes) * 60, clock_.now());
+    return {McpReports::formatFocusSessions(sessions, minMinutes)};
+}
+
+ToolResult McpTools::listProjects(const Json&) {
+    auto projects = database_.fetchProjects();
+    if (projects.empty()) {
+        return {kNoProjects};
+    }
+    std::vector<std::string> lines{"Projects (" + std::to_string(projects.size()) + "):"};
+    for (const auto& project : projects) {
+        std::string line = "\u2022 " + project.name;
+        if (!project.keywords.empty()) {
+            line += " \u2013 keywords: " + join(project.keywords, ", ");
         }
-        long long minMinutes = integerArgument(args, "min_minutes").value_or(25);
-        long long maxGapMinutes = integerArgument(args, "max_gap_minutes").value_or(2);
-        auto sessions = FocusSession::detect(database_.fetchActivities(range.start, range.end),
-                                             static_cast<double>(minMinutes) * 60,
-                                             static_cast<double>(maxGapMinutes) * 60, now);
-        return {McpReports::formatFocusSessions(sessions, minMinutes)};
+        lines.push_back(line);
     }
-    if (name == "list_projects") {
-        auto projects = database_.fetchProjects();
-        if (projects.empty()) {
-            return {kNoProjects};
-        }
-        std::vector<std::string> lines{"Projects (" + std::to_string(projects.size()) + "):"};
-        for (const auto& project : projects) {
-            std::string line = "\u2022 " + project.name;
-            if (!project.keywords.empty()) {
-                line += " \u2013 keywords: " + join(project.keywords, ", ");
-            }
-            lines.push_back(line);
-        }
-        return {join(lines, "\n")};
+    return {join(lines, "\n")};
+}
+
+ToolResult McpTools::deleteProject(const Json& args) {
+    std::string project = stringArgument(args, "name").value_or("");
+    if (database_.deleteProject(project)) {
+        return {"Deleted project " + project + "."};
     }
-    if (name == "save_project") {
-        return saveProject(args);
-    }
-    if (name == "delete_project") {
-        std::string project = stringArgument(args, "name").value_or("");
-        if (database_.deleteProject(project)) {
-            return {"Deleted project " + project + "."};
-        }
-        return {"No project named " + project + "."};
-    }
-    if (name == "get_project_time") {
-        return {projectTime(parseRange(args, 7))};
-    }
-    if (name == "annotate") {
-        return annotate(args);
-    }
-    if (name == "get_annotations") {
-        TimePoint day = parseDate(args, "date").value_or(now);
-        return {McpReports::formatAnnotations(database_.fetchAnnotationsOn(day, kAnnotationLimit),
-                                              now)};
-    }
-    return {"Unknown tool: " + name, true};
+    return {"No project named " + project + "."};
+}
+
+ToolResult McpTools::getAnnotations(const Json& args) {
+    const TimePoint now = clock_.now();
+    TimePoint day = parseDate(args, "date").value_or(now);
+    return {
+        McpReports::formatAnnotations(database_.fetchAnnotationsOn(day, kAnnotationLimit), now)};
 }
 
 ToolResult McpTools::saveProject(const Json& args) {
@@ -241,7 +224,8 @@ ToolResult McpTools::annotate(const Json& args) {
     return {"Annotation started: " + text + " (since " + iso8601::format(start) + ")"};
 }
 
-std::string McpTools::dailySummary(TimeRange range) {
+ToolResult McpTools::getDailySummary(const Json& args) {
+    const TimeRange range = parseRange(args, 7);
     std::vector<std::string> lines{"Daily summary:"};
     Duration grandTotal = 0;
     for (TimePoint day = range.start; day < range.end; day = calendar::addDays(day, 1)) {
@@ -275,18 +259,19 @@ std::string McpTools::dailySummary(TimeRange range) {
     }
     lines.emplace_back();
     lines.push_back("Total active time: " + McpReports::formatSeconds(grandTotal));
-    return join(lines, "\n");
+    return {join(lines, "\n")};
 }
 
-std::string McpTools::projectTime(TimeRange range) {
+ToolResult McpTools::getProjectTime(const Json& args) {
+    const TimeRange range = parseRange(args, 7);
     auto projects = database_.fetchProjects();
     if (projects.empty()) {
-        return kNoProjects;
+        return {kNoProjects};
     }
     const TimePoint now = clock_.now();
     auto activities = database_.fetchActivities(range.start, range.end);
     if (activities.empty()) {
-        return "No activity in this period.";
+        return {"No activity in this period."};
     }
     auto annotations = database_.fetchAnnotations(range.start, range.end);
 
@@ -346,7 +331,7 @@ std::string McpTools::projectTime(TimeRange range) {
         }
         lines.push_back("  Top titles: " + join(titleTexts, "; "));
     }
-    return join(lines, "\n");
+    return {join(lines, "\n")};
 }
 
 }  // namespace kvillo
