@@ -78,8 +78,6 @@ public:
             (std::filesystem::temp_directory_path() / "kvillo-bench-XXXXXX").string();
         folder_ = ::mkdtemp(pattern.data());
         database_ = std::make_unique<Database>(folder_ + "/activities.db");
-        features_ = std::make_unique<Features>(folder_ + "/settings.json",
-                                               [] { return std::string("Kari"); });
         for (int p = 0; p < kProjects; ++p) {
             std::vector<std::string> keywords;
             for (int k = 0; k < kKeywordsPerProject; ++k) {
@@ -97,7 +95,6 @@ public:
     }
 
     Database& database() { return *database_; }
-    const Features& features() { return *features_; }
     TimePoint start() const { return start_; }
     TimePoint end() const { return end_; }
 
@@ -158,7 +155,6 @@ private:
 
     std::string folder_;
     std::unique_ptr<Database> database_;
-    std::unique_ptr<Features> features_;
     TimePoint start_ = 0;
     TimePoint end_ = 0;
 };
@@ -173,29 +169,32 @@ MonthOfWork& year() {
     return data;
 }
 
-ReportInputs inputsFor(MonthOfWork& data) {
-    return ReportInputs{.now = data.end(), .projects = data.database().fetchProjects()};
+Report monthReport(const std::vector<Activity>& activities,
+                   const std::vector<Annotation>& annotations,
+                   const std::vector<Project>& projects) {
+    return PeriodReport::analyse(activities, annotations, projects,
+                                 {month().start(), month().end()}, {}, month().end());
 }
 
 void MonthReportWithReading(benchmark::State& state) {
-    PeriodReport periods(month().database(), month().features());
-    auto inputs = inputsFor(month());
+    auto projects = month().database().fetchProjects();
     for (auto _ : state) {
-        auto report = periods.report(month().start(), month().end(), inputs);
+        auto& database = month().database();
+        auto report =
+            monthReport(database.fetchActivities(month().start(), month().end()),
+                        database.fetchAnnotations(month().start(), month().end()), projects);
         benchmark::DoNotOptimize(report);
     }
 }
 BENCHMARK(MonthReportWithReading)->Unit(benchmark::kMillisecond);
 
 void MonthReportAnalysisOnly(benchmark::State& state) {
-    PeriodReport periods(month().database(), month().features());
-    auto inputs = inputsFor(month());
+    auto projects = month().database().fetchProjects();
     auto activities = month().database().fetchActivities(month().start(), month().end());
     auto annotations = month().database().fetchAnnotations(month().start(), month().end());
     state.counters["activities"] = static_cast<double>(activities.size());
     for (auto _ : state) {
-        auto report =
-            periods.analyse(activities, annotations, month().start(), month().end(), inputs);
+        auto report = monthReport(activities, annotations, projects);
         benchmark::DoNotOptimize(report);
     }
 }

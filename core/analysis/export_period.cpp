@@ -26,7 +26,7 @@ TimeRange rangeOf(ExportPeriod period, TimePoint now) {
     return {};
 }
 
-std::string_view labelKey(ExportPeriod period) {
+L10n::Key labelKey(ExportPeriod period) {
     switch (period) {
         case ExportPeriod::thisMonth:
             return "Denne måneden";
@@ -39,7 +39,7 @@ std::string_view labelKey(ExportPeriod period) {
         case ExportPeriod::thisYear:
             return "I år";
     }
-    return {};
+    return "Denne måneden";
 }
 
 std::string_view commandLineName(ExportPeriod period) {

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 
+#include "core/localisation/l10n.h"
 #include "core/time/calendar.h"
 
 namespace kvillo {
@@ -18,8 +19,8 @@ inline constexpr std::array<ExportPeriod, 5> kExportPeriods{
 // [from, to) of the period as seen at `now`, in the current calendar.
 TimeRange rangeOf(ExportPeriod period, TimePoint now);
 
-// The menu label's Norwegian key text ("Denne måneden").
-std::string_view labelKey(ExportPeriod period);
+// The menu label's key ("Denne måneden").
+L10n::Key labelKey(ExportPeriod period);
 
 // The command line's name for the period ("this-month") and back.
 std::string_view commandLineName(ExportPeriod period);

@@ -1,15 +1,12 @@
 #include "core/analysis/period_report.h"
 
 #include <algorithm>
-#include <cmath>
+#include <map>
 #include <tuple>
 #include <unordered_map>
 
-#include "core/analysis/fmt.h"
 #include "core/analysis/project_matcher.h"
 #include "core/analysis/project_search.h"
-#include "core/localisation/l10n.h"
-#include "core/text/first_letter.h"
 #include "core/time/day_cursor.h"
 
 namespace kvillo {
@@ -91,18 +88,6 @@ std::vector<TaskEntry> tasksOf(const std::vector<Annotation>& annotations,
 
 }  // namespace
 
-std::string_view labelKey(Period period) {
-    switch (period) {
-        case Period::day:
-            return "Dag";
-        case Period::week:
-            return "Uke";
-        case Period::month:
-            return "Måned";
-    }
-    return "Dag";
-}
-
 calendar::Unit unitOf(Period period) {
     switch (period) {
         case Period::day:
@@ -151,33 +136,12 @@ std::vector<TaskDay> TaskDay::group(const std::vector<TaskEntry>& entries) {
     return result;
 }
 
-PeriodReport::PeriodReport(Database& database, const Features& features)
-    : database_(database), features_(features) {}
+namespace PeriodReport {
 
-bool PeriodReport::isOn(Features::Key key, const ReportInputs& inputs) const {
-    auto found = inputs.featureStates.find(key);
-    return found != inputs.featureStates.end() ? found->second : features_.isEnabled(key);
-}
-
-Report PeriodReport::report(TimePoint from, TimePoint to, const ReportInputs& inputs) const {
-    std::vector<Activity> activities;
-    std::vector<Annotation> annotations;
-    try {
-        activities = database_.fetchActivities(from, to);
-    } catch (const DatabaseError&) {
-    }
-    try {
-        annotations = database_.fetchAnnotations(from, to);
-    } catch (const DatabaseError&) {
-    }
-    return analyse(activities, annotations, from, to, inputs);
-}
-
-Report PeriodReport::analyse(const std::vector<Activity>& activities,
-                             const std::vector<Annotation>& annotations, TimePoint from,
-                             TimePoint to, const ReportInputs& inputs) const {
-    const TimePoint now = inputs.now;
-    Report report{.from = from, .to = to};
+Report analyse(const std::vector<Activity>& activities, const std::vector<Annotation>& annotations,
+               const std::vector<Project>& projects, TimeRange range, ReportSwitches switches,
+               TimePoint now) {
+    Report report{.from = range.start, .to = range.end};
 
     Totals apps;
     for (const auto& activity : activities) {
@@ -187,7 +151,7 @@ Report PeriodReport::analyse(const std::vector<Activity>& activities,
     }
     report.apps = std::move(apps).largestFirst();
 
-    if (isOn(Features::Key::focusSessions, inputs)) {
+    if (switches.focusSessions) {
         report.focusSessions = FocusSession::detect(activities, FocusSession::kDefaultMinDuration,
                                                     FocusSession::kDefaultMaxGap, now);
         for (const auto& session : report.focusSessions) {
@@ -198,18 +162,17 @@ Report PeriodReport::analyse(const std::vector<Activity>& activities,
     DayTotals byDay;
     DayCursor days;
     const std::string unmatched(kUnmatched);
-    const std::string active = L10n::string(L10n::language(features_), "Aktiv tid");
-    if (isOn(Features::Key::projects, inputs)) {
-        Totals projects;
-        for (const auto& [activity, project] :
-             ProjectMatcher::assign(activities, inputs.projects, annotations,
-                                    ProjectMatcher::kDefaultCarryOver, now)) {
+    const std::string active(kActiveTime);
+    if (switches.projects) {
+        Totals totals;
+        for (const auto& [activity, project] : ProjectMatcher::assign(
+                 activities, projects, annotations, ProjectMatcher::kDefaultCarryOver, now)) {
             const std::string* name = project ? project : &unmatched;
             Duration seconds = lengthOf(*activity, now);
-            projects.add(*name, seconds);
+            totals.add(*name, seconds);
             byDay[{days.startOfDay(activity->startTime), name}] += seconds;
         }
-        report.projects = std::move(projects).largestFirst();
+        report.projects = std::move(totals).largestFirst();
         auto unmatchedTotal = std::find_if(report.projects.begin(), report.projects.end(),
                                            [&](const NamedTime& t) { return t.name == unmatched; });
         if (unmatchedTotal != report.projects.end()) {
@@ -223,18 +186,13 @@ Report PeriodReport::analyse(const std::vector<Activity>& activities,
     }
     report.segments = segmentsOf(byDay);
 
-    if (isOn(Features::Key::workingOn, inputs)) {
-        report.tasks = tasksOf(annotations, inputs.projects, now);
+    if (switches.workingOn) {
+        report.tasks = tasksOf(annotations, projects, now);
     }
     return report;
 }
 
-Duration PeriodReport::focusTotal(TimePoint from, TimePoint to, TimePoint now) const {
-    std::vector<Activity> activities;
-    try {
-        activities = database_.fetchActivities(from, to);
-    } catch (const DatabaseError&) {
-    }
+Duration focusTotal(const std::vector<Activity>& activities, TimePoint now) {
     Duration total = 0;
     for (const auto& session : FocusSession::detect(activities, FocusSession::kDefaultMinDuration,
                                                     FocusSession::kDefaultMaxGap, now)) {
@@ -243,55 +201,17 @@ Duration PeriodReport::focusTotal(TimePoint from, TimePoint to, TimePoint now) c
     return total;
 }
 
-TimeRange PeriodReport::range(Period period, TimePoint around) {
+TimeRange range(Period period, TimePoint around) {
     return calendar::rangeOf(unitOf(period), around);
 }
 
-std::optional<std::string> PeriodReport::focusDetail(const Report& report, Period period,
-                                                     TimePoint now) const {
-    if (report.active <= 0) {
-        return std::nullopt;
-    }
-    Language language = L10n::language(features_);
-    auto percent = static_cast<std::int64_t>(std::lround(report.focus / report.active * 100));
-    TimePoint previous = calendar::add(unitOf(period), report.from, -1);
-    Duration difference = report.focus - focusTotal(previous, report.from, now);
-
-    std::string word = period == Period::day    ? "i går"
-                       : period == Period::week ? "forrige uke"
-                                                : "forrige måned";
-    std::string comparison;
-    if (std::abs(difference) >= 60) {
-        std::string change = std::string(difference > 0 ? "\u2191" : "\u2193") + " " +
-                             Fmt::duration(std::abs(difference), language);
-        comparison = L10n::string(language, "%@ fra " + word, {change});
-    } else {
-        comparison = L10n::string(language, "som " + word);
-    }
-    return L10n::string(language, "%d %% av aktiv tid", {percent}) + " \u00b7 " + comparison;
+TimeRange previousRange(Period period, TimePoint from) {
+    return {calendar::add(unitOf(period), from, -1), from};
 }
 
-std::string PeriodReport::subtitle(Period period, TimePoint from, TimePoint to) const {
-    Language language = L10n::language(features_);
-    switch (period) {
-        case Period::day:
-            return Fmt::day(from, language);
-        case Period::week: {
-            TimePoint lastDay = calendar::addDays(to, -1);
-            return L10n::string(language, "Uke %d · %@ – %@",
-                                {std::int64_t{calendar::isoWeek(from)},
-                                 calendar::formatSkeleton(from, "dMMM", language.locale()),
-                                 calendar::formatSkeleton(lastDay, "dMMM", language.locale())});
-        }
-        case Period::month:
-            return withCapitalFirstLetter(
-                calendar::formatSkeleton(from, "LLLLyyyy", language.locale()));
-    }
-    return {};
-}
-
-TimePoint PeriodReport::step(Period period, TimePoint anchor, int delta) {
+TimePoint step(Period period, TimePoint anchor, int delta) {
     return calendar::add(unitOf(period), anchor, delta);
 }
 
+}  // namespace PeriodReport
 }  // namespace kvillo

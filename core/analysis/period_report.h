@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,15 +10,12 @@
 #include "core/records/activity.h"
 #include "core/records/annotation.h"
 #include "core/records/project.h"
-#include "core/settings/features.h"
-#include "core/store/database.h"
 #include "core/time/calendar.h"
 
 namespace kvillo {
 
-// The overview's periods; the label is the Norwegian key text.
+// The overview's periods.
 enum class Period { day, week, month };
-std::string_view labelKey(Period period);
 calendar::Unit unitOf(Period period);
 
 struct NamedTime {
@@ -82,54 +78,44 @@ struct TaskDay {
     static std::vector<TaskDay> group(const std::vector<TaskEntry>& entries);
 };
 
-// What the report's owner knows that the store does not.
-struct ReportInputs {
-    TimePoint now = 0;
-    std::vector<Project> projects{};  // in database order
-    // A switch missing here is read from the settings.
-    std::map<Features::Key, bool> featureStates{};
+// Which of the report's optional figures to compute: the owner's switches,
+// resolved by the owner.
+struct ReportSwitches {
+    bool focusSessions = true;
+    bool projects = true;
+    bool workingOn = true;
 };
 
-// The computation behind the overview and the menu's day summary. Reads
-// through the store, never the wall clock: `now` comes with the inputs.
-// Safe to use from one thread at a time per instance.
-class PeriodReport {
-public:
-    // The name under which unmatched time is totalled (shown localised).
-    static constexpr std::string_view kUnmatched = "Uten prosjekt";
+// The computation behind the overview and the menu's day summary: records
+// and `now` in, figures out. Reads neither the store, the settings nor the
+// clock, and writes no text. Pure; safe from any thread.
+namespace PeriodReport {
 
-    PeriodReport(Database& database, const Features& features);
+// The names under which time is totalled when no project claims it, and
+// per day when projects are off; both are translation keys, shown
+// localised (PeriodText::displayName).
+inline constexpr std::string_view kUnmatched = "Uten prosjekt";
+inline constexpr std::string_view kActiveTime = "Aktiv tid";
 
-    // The report for [from, to). A failed read counts as no records.
-    Report report(TimePoint from, TimePoint to, const ReportInputs& inputs) const;
+// The report for `range` over its records: activities and annotations as
+// the store gives them (annotations by ascending start), projects in
+// database order. Open records are measured up to `now`.
+Report analyse(const std::vector<Activity>& activities, const std::vector<Annotation>& annotations,
+               const std::vector<Project>& projects, TimeRange range, ReportSwitches switches,
+               TimePoint now);
 
-    // The analysis alone, over records already read.
-    Report analyse(const std::vector<Activity>& activities,
-                   const std::vector<Annotation>& annotations, TimePoint from, TimePoint to,
-                   const ReportInputs& inputs) const;
+// Total focus time of the activities.
+Duration focusTotal(const std::vector<Activity>& activities, TimePoint now);
 
-    // Total focus time of [from, to).
-    Duration focusTotal(TimePoint from, TimePoint to, TimePoint now) const;
+// The day, ISO week or month containing `around`.
+TimeRange range(Period period, TimePoint around);
 
-    // The day, ISO week or month containing `around`.
-    static TimeRange range(Period period, TimePoint around);
+// The period before the one starting at `from`, which the focus detail
+// compares with.
+TimeRange previousRange(Period period, TimePoint from);
 
-    // "42 % av aktiv tid · ↑ 1t 05m fra forrige uke", comparing with the
-    // period before; none when nothing was active.
-    std::optional<std::string> focusDetail(const Report& report, Period period,
-                                           TimePoint now) const;
+// The anchor moved by `delta` periods.
+TimePoint step(Period period, TimePoint anchor, int delta);
 
-    // The overview's heading for [from, to) in the language in force.
-    std::string subtitle(Period period, TimePoint from, TimePoint to) const;
-
-    // The anchor moved by `delta` periods.
-    static TimePoint step(Period period, TimePoint anchor, int delta);
-
-private:
-    bool isOn(Features::Key key, const ReportInputs& inputs) const;
-
-    Database& database_;
-    const Features& features_;
-};
-
+}  // namespace PeriodReport
 }  // namespace kvillo

@@ -251,7 +251,7 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
 std::string csv(const std::vector<TimesheetLine>& lines, std::string_view name, TimePoint from,
                 TimePoint to, Language language) {
     const std::string separator = language == Language::en ? "," : ";";
-    auto label = [&](std::string_view key) { return L10n::string(language, key); };
+    auto label = [&](L10n::Key key) { return L10n::string(language, key); };
     auto row = [&](std::initializer_list<std::string> fields) {
         std::string text;
         bool first = true;

@@ -1,41 +1,22 @@
 #include "core/localisation/l10n.h"
 
-#include <unordered_map>
-
-#include "core/localisation/translations.h"
 #include "core/settings/features.h"
 
 namespace kvillo::L10n {
 namespace {
 
-const Translation* find(std::string_view key) {
-    static const std::unordered_map<std::string_view, const Translation*> index = [] {
-        std::unordered_map<std::string_view, const Translation*> map;
-        for (const auto& row : translations()) {
-            map.emplace(row.key, &row);
-        }
-        return map;
-    }();
-    auto found = index.find(key);
-    return found == index.end() ? nullptr : found->second;
-}
-
-std::string_view translated(Language language, std::string_view key) {
-    const Translation* row = language == Language::nb ? nullptr : find(key);
-    if (!row) {
-        return key;
-    }
+std::string_view translated(Language language, const Translation& row) {
     switch (language) {
-        case Language::en:
-            return row->en;
-        case Language::es:
-            return row->es;
-        case Language::fr:
-            return row->fr;
         case Language::nb:
-            break;
+            return row.key;
+        case Language::en:
+            return row.en;
+        case Language::es:
+            return row.es;
+        case Language::fr:
+            return row.fr;
     }
-    return key;
+    return row.key;
 }
 
 // All four languages write integers with ASCII digits and, in these short
@@ -77,9 +58,8 @@ Language language(const Features& features) {
     return Language::system();
 }
 
-std::string string(Language language, std::string_view key,
-                   const std::vector<Argument>& arguments) {
-    std::string_view text = translated(language, key);
+std::string string(Language language, Key key, const std::vector<Argument>& arguments) {
+    std::string_view text = translated(language, key.translation());
     if (arguments.empty()) {
         return std::string(text);
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "core/localisation/language.h"
+#include "core/localisation/translations.h"
 
 namespace kvillo {
 
@@ -18,6 +20,34 @@ class Features;
 // the language in force from `language(features)`.
 namespace L10n {
 
+// Stands in, at compile time, for a key that the table lacks: its name is
+// what the compiler's error shows. Never defined.
+void keyMissingFromTheTranslationTable();
+
+// A key of the translation table, found while compiling: a key that is not
+// in the table, or one assembled at run time, does not build. Pass the
+// Norwegian text as a literal ("Aktiv tid"); a function may return a Key
+// made from literals.
+class Key {
+public:
+    consteval Key(const char* text) : row_(rowOf(text)) {}
+
+    const Translation& translation() const { return kTranslations[row_]; }
+
+private:
+    static consteval std::size_t rowOf(std::string_view text) {
+        for (std::size_t row = 0; row < std::size(kTranslations); ++row) {
+            if (kTranslations[row].key == text) {
+                return row;
+            }
+        }
+        keyMissingFromTheTranslationTable();
+        return 0;
+    }
+
+    std::size_t row_;
+};
+
 // An argument for a placeholder: "%@" takes a text, "%d" an integer.
 using Argument = std::variant<std::string, std::int64_t>;
 
@@ -25,11 +55,9 @@ using Argument = std::variant<std::string, std::int64_t>;
 // Read afresh at every call.
 Language language(const Features& features);
 
-// The text for `key` in `language`: the key itself in Norwegian or when the
-// table has no such key. With arguments, "%@" and "%d" are filled in order
-// and "%%" becomes "%"; without, the text comes back as it is.
-std::string string(Language language, std::string_view key,
-                   const std::vector<Argument>& arguments = {});
+// The text for `key` in `language`. With arguments, "%@" and "%d" are filled
+// in order and "%%" becomes "%"; without, the text comes back as it is.
+std::string string(Language language, Key key, const std::vector<Argument>& arguments = {});
 
 // The hour unit of short durations: "t" in Norwegian, "h" otherwise.
 std::string_view hourUnit(Language language);

@@ -86,13 +86,6 @@ TEST(L10n, LookupsFillPlaceholdersInEveryLanguage) {
               "Week 48 · 23 Nov – 29 Nov");
 }
 
-TEST(L10n, AMissingKeyComesBackAsItIsFormattedOnlyWithArguments) {
-    for (Language language : Language::allCases()) {
-        EXPECT_EQ(L10n::string(language, "Ukjent 100%"), "Ukjent 100%");
-        EXPECT_EQ(L10n::string(language, "Ukjent %d %%", {std::int64_t{3}}), "Ukjent 3 %");
-    }
-}
-
 std::vector<std::string> placeholders(std::string_view text) {
     static const std::regex kPlaceholder("%[@d%]");
     std::vector<std::string> found;
@@ -104,10 +97,8 @@ std::vector<std::string> placeholders(std::string_view text) {
 }
 
 TEST(L10n, EveryRowIsCompleteWithTheKeysPlaceholders) {
-    auto table = translations();
-    EXPECT_EQ(table.size(), 134u);
     std::set<std::string_view> keys;
-    for (const auto& row : table) {
+    for (const auto& row : kTranslations) {
         SCOPED_TRACE(std::string(row.key));
         EXPECT_TRUE(keys.insert(row.key).second) << "duplicate key";
         for (std::string_view text : {row.en, row.es, row.fr}) {
