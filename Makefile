@@ -28,6 +28,7 @@ bench: build
 	@scripts/install-deps.sh bench
 	@cmake --build $(BUILD_DIR) --target kvillo_bench -j $(JOBS)
 	$(BUILD_DIR)/bench/kvillo_bench
+	bench/app/headless_memory.sh $(BUILD_DIR)/app/kvillo
 	bench/mcp/wrk_bench.sh $(BUILD_DIR)/app/kvillo
 
 # Each fuzzer runs for FUZZ_SECONDS from the seed corpus; a crash fails.

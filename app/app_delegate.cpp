@@ -8,8 +8,8 @@
 
 namespace kvillo {
 
-AppDelegate::AppDelegate(RunProgram options)
-    : options_(options), paths_(AppPaths::fromEnvironment()) {}
+AppDelegate::AppDelegate(RunProgram options, GuiModule* gui)
+    : options_(options), gui_(gui), paths_(AppPaths::fromEnvironment()) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -41,10 +41,19 @@ std::optional<std::string> AppDelegate::launch() {
     } catch (const McpServerError& error) {
         std::cerr << "kvillo: the MCP server is off: " << error.what() << "\n";
     }
+
+    if (gui_) {
+        frontEnd_ = gui_->makeFrontEnd(
+            LiveObjects{*database_, *features_, *monitor_, *mcpServer_, clock_, paths_});
+        frontEnd_->show();
+    }
     return std::nullopt;
 }
 
 void AppDelegate::shutdown() {
+    if (frontEnd_) {
+        frontEnd_->shutdown();
+    }
     if (mcpServer_) {
         mcpServer_->stop();
     }

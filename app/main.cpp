@@ -7,7 +7,7 @@
 
 #include "app/app_delegate.h"
 #include "app/command_line.h"
-#include "app/gui_module.h"
+#include "app/gui_module_loader.h"
 #include "app/timesheet_command.h"
 #include "app/unix_signal_watcher.h"
 #include "core/time/system_clock.h"
@@ -21,6 +21,7 @@ bool hasGraphicalSession() {
 
 int runProgram(int& argc, char** argv, kvillo::RunProgram options) {
     std::unique_ptr<QCoreApplication> application;
+    kvillo::GuiModule* gui = nullptr;
     if (options.headless) {
         application = std::make_unique<QCoreApplication>(argc, argv);
     } else {
@@ -29,12 +30,13 @@ int runProgram(int& argc, char** argv, kvillo::RunProgram options) {
                          "use --headless to run without a tray icon\n";
             return 1;
         }
-        auto gui = kvillo::makeGuiApplication(argc, argv);
-        if (auto* reason = std::get_if<std::string>(&gui)) {
+        auto loaded = kvillo::loadGuiModule();
+        if (auto* reason = std::get_if<std::string>(&loaded)) {
             std::cerr << "kvillo: " << *reason << "; use --headless to run without a tray icon\n";
             return 1;
         }
-        application = std::move(std::get<std::unique_ptr<QCoreApplication>>(gui));
+        gui = std::get<kvillo::GuiModule*>(loaded);
+        application = gui->makeApplication(argc, argv);
     }
     QCoreApplication::setApplicationName(QStringLiteral("kvillo"));
 
@@ -44,7 +46,7 @@ int runProgram(int& argc, char** argv, kvillo::RunProgram options) {
     QObject::connect(&signalWatcher, &kvillo::UnixSignalWatcher::received, application.get(),
                      &QCoreApplication::quit);
 
-    kvillo::AppDelegate delegate(options);
+    kvillo::AppDelegate delegate(options, gui);
     if (auto failure = delegate.launch()) {
         std::cerr << *failure << "\n";
         return 1;

@@ -21,7 +21,7 @@ constexpr double kMillisPerSecond = 1000.0;
 
 // Bumped whenever the default zone changes, so that cached calendars are
 // rebuilt in the new zone.
-std::atomic<unsigned> zoneGeneration{0};
+std::atomic<unsigned> generation{0};
 
 // ISO-8601 rules on the Gregorian calendar, whatever the process locale
 // says. Building a calendar looks up locale data and costs far more than
@@ -29,15 +29,15 @@ std::atomic<unsigned> zoneGeneration{0};
 std::unique_ptr<icu::Calendar> isoCalendar() {
     thread_local std::unique_ptr<icu::Calendar> prototype;
     thread_local unsigned prototypeGeneration = 0;
-    unsigned generation = zoneGeneration.load();
-    if (!prototype || prototypeGeneration != generation) {
+    unsigned current = generation.load();
+    if (!prototype || prototypeGeneration != current) {
         UErrorCode status = U_ZERO_ERROR;
         auto calendar = std::make_unique<icu::GregorianCalendar>(status);
         assert(U_SUCCESS(status));
         calendar->setFirstDayOfWeek(UCAL_MONDAY);
         calendar->setMinimalDaysInFirstWeek(4);
         prototype = std::move(calendar);
-        prototypeGeneration = generation;
+        prototypeGeneration = current;
     }
     return std::unique_ptr<icu::Calendar>(prototype->clone());
 }
@@ -254,7 +254,11 @@ std::string formatSkeleton(TimePoint t, std::string_view skeleton, std::string_v
 
 void reloadTimeZoneFromEnvironment() {
     icu::TimeZone::adoptDefault(icu::TimeZone::detectHostTimeZone());
-    ++zoneGeneration;
+    ++generation;
+}
+
+unsigned zoneGeneration() {
+    return generation.load();
 }
 
 }  // namespace kvillo::calendar

@@ -65,5 +65,9 @@ std::string formatSkeleton(TimePoint t, std::string_view skeleton, std::string_v
 // changes TZ while running (tests do) calls this afterwards.
 void reloadTimeZoneFromEnvironment();
 
+// How many times the zone has been reloaded: a date text or calendar made
+// under another number may be in the wrong zone.
+unsigned zoneGeneration();
+
 }  // namespace calendar
 }  // namespace kvillo

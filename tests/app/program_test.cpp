@@ -17,6 +17,11 @@ using testing::eventually;
 using testing::runProcess;
 using testing::TempFolder;
 
+// The shared objects the process has mapped.
+std::string mappedFiles(const ChildProcess& process) {
+    return testing::readFile("/proc/" + std::to_string(process.pid()) + "/maps");
+}
+
 std::map<std::string, std::string> homeIn(const TempFolder& home) {
     return {{"HOME", home.path()},
             {"XDG_DATA_HOME", home.file("data")},
@@ -83,6 +88,10 @@ TEST(Program, HeadlessStartCreatesTheStoreAndSigtermEndsItCleanly) {
         ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", "0"}, homeIn(home));
         ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(database); }, 10s))
             << kvillo.standardError();
+        auto maps = mappedFiles(kvillo);
+        EXPECT_NE(maps.find("/libkvillo.so"), std::string::npos);
+        EXPECT_EQ(maps.find("libQt6Gui"), std::string::npos) << "headless maps the GUI";
+        EXPECT_EQ(maps.find("libkvillo_gui"), std::string::npos);
         kvillo.signal(signalNumber);
         EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
         EXPECT_EQ(kvillo.standardError(), "");
@@ -100,8 +109,36 @@ TEST(Program, TheTrayProgramAlsoEndsCleanlyOnSigterm) {
     ASSERT_TRUE(
         eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); }, 10s))
         << kvillo.standardError();
+    EXPECT_NE(mappedFiles(kvillo).find("/libkvillo_gui.so"), std::string::npos);
     kvillo.signal(SIGTERM);
     EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
+}
+
+TEST(Program, AnInstalledKvilloRunsOnItsPrivateLibraryAndModule) {
+    TempFolder prefix;
+    auto install = runProcess({CMAKE_COMMAND, "--install", BUILD_DIR, "--prefix", prefix.path()});
+    ASSERT_EQ(install.status, 0) << install.output << install.error;
+    const std::string privateFolder = prefix.file(INSTALL_LIBDIR) + "/kvillo";
+
+    TempFolder home;
+    auto environment = homeIn(home);
+    environment["QT_QPA_PLATFORM"] = "offscreen";
+    ChildProcess kvillo({prefix.file("bin/kvillo"), "--port", "0"}, environment);
+    ASSERT_TRUE(
+        eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); }, 10s))
+        << kvillo.standardError();
+    auto maps = mappedFiles(kvillo);
+    EXPECT_NE(maps.find(privateFolder + "/libkvillo.so"), std::string::npos) << maps;
+    EXPECT_NE(maps.find(privateFolder + "/libkvillo_gui.so"), std::string::npos) << maps;
+    EXPECT_EQ(maps.find(BUILD_DIR), std::string::npos) << "the build tree is used";
+    kvillo.signal(SIGTERM);
+    EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
+
+    auto bridge = runProcess({prefix.file("bin/kvillo-mcp")}, homeIn(home),
+                             R"({"jsonrpc":"2.0","id":1,"method":"ping"})"
+                             "\n");
+    EXPECT_EQ(bridge.status, 0) << bridge.error;
+    EXPECT_EQ(bridge.output, "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{}}\n");
 }
 
 TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {

@@ -1,4 +1,4 @@
-#include "app/brand_font.h"
+#include "app/gui/brand_font.h"
 
 #include <QDir>
 #include <QFontDatabase>
