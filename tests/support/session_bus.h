@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/support/process.h"
+
+namespace kvillo::testing {
+
+// A private D-Bus daemon standing in for both the session and the system
+// bus (the bus variables point at it for the life of the object), with
+// python3-dbusmock services started on it. Tests that need it carry the
+// CTest label "dbus".
+class SessionBus {
+public:
+    SessionBus();
+    ~SessionBus();
+    SessionBus(const SessionBus&) = delete;
+    SessionBus& operator=(const SessionBus&) = delete;
+
+    // Empty when the bus runs; else what failed.
+    const std::string& error() const { return error_; }
+    const std::string& address() const { return address_; }
+
+    // Starts `python3 -m dbusmock` with these arguments ("--system",
+    // "--template", "logind", say); it runs as long as the bus. Gives its
+    // standard error when it does not come up on the bus as `service`.
+    std::string startMock(const std::string& service, const std::vector<std::string>& arguments);
+
+    // Calls `interface.method` on `path` of `service` with arguments written
+    // as Python literals ("'c1', True").
+    ProcessResult call(const std::string& service, const std::string& path,
+                       const std::string& interfaceAndMethod, const std::string& arguments) const;
+
+private:
+    std::unique_ptr<ChildProcess> daemon_;
+    std::vector<std::unique_ptr<ChildProcess>> mocks_;
+    std::string address_;
+    std::string error_;
+};
+
+}  // namespace kvillo::testing

@@ -1,0 +1,61 @@
+#include "tests/support/x_server.h"
+
+#include <cstdlib>
+
+namespace kvillo::testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+bool rootHas(const char* property) {
+    auto result = runProcess({"xprop", "-root", property});
+    return result.status == 0 && result.output.find("not found") == std::string::npos;
+}
+
+}  // namespace
+
+XServer::XServer() {
+    // Xvfb picks a free display and writes its number to standard output.
+    xvfb_ = std::make_unique<ChildProcess>(std::vector<std::string>{
+        "Xvfb", "-displayfd", "1", "-noreset", "-screen", "0", "640x480x24", "-nolisten", "tcp"});
+    if (!eventually([&] { return xvfb_->standardOutput().find('\n') != std::string::npos; }, 10s)) {
+        error_ = "Xvfb did not start: " + xvfb_->standardError();
+        return;
+    }
+    std::string display =
+        ":" + xvfb_->standardOutput().substr(0, xvfb_->standardOutput().find('\n'));
+    ::setenv("DISPLAY", display.c_str(), 1);
+    if (!eventually([] { return runProcess({"xprop", "-root"}).status == 0; }, 10s)) {
+        error_ = "Xvfb does not answer on " + display;
+        return;
+    }
+    // openbox reads its theme from the system's data folders, whatever the
+    // test has pointed XDG_DATA_DIRS at.
+    windowManager_ = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"openbox"},
+        std::map<std::string, std::string>{{"XDG_DATA_DIRS", "/usr/local/share:/usr/share"}});
+    if (!eventually([] { return rootHas("_NET_SUPPORTING_WM_CHECK"); }, 10s)) {
+        error_ = "openbox did not start: " + windowManager_->standardError();
+    }
+}
+
+XServer::~XServer() {
+    windowManager_.reset();
+    xvfb_.reset();
+    ::unsetenv("DISPLAY");
+}
+
+bool XServer::activate(const std::string& windowID) {
+    return runProcess({"xdotool", "windowactivate", "--sync", windowID}).status == 0;
+}
+
+bool XServer::waitUntilManaged(const std::string& windowID) {
+    return eventually(
+        [&] {
+            return runProcess({"xprop", "-id", windowID, "_NET_WM_DESKTOP"})
+                       .output.find("not found") == std::string::npos;
+        },
+        10s);
+}
+
+}  // namespace kvillo::testing
