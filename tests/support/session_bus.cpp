@@ -6,6 +6,9 @@ namespace kvillo::testing {
 namespace {
 
 using namespace std::chrono_literals;
+// Generous, as a loaded CI machine can be slow to start programs; waiting
+// ends as soon as they are up.
+constexpr auto kStartTimeout = 30s;
 
 // python3-dbusmock is Debian's, installed for /usr/bin/python3 only.
 constexpr const char* kPython = "/usr/bin/python3";
@@ -16,7 +19,7 @@ SessionBus::SessionBus() {
     daemon_ = std::make_unique<ChildProcess>(
         std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--print-address=1"});
     if (!eventually([&] { return daemon_->standardOutput().find('\n') != std::string::npos; },
-                    10s)) {
+                    kStartTimeout)) {
         error_ = "dbus-daemon did not start: " + daemon_->standardError();
         return;
     }
@@ -38,7 +41,8 @@ std::string SessionBus::startMock(const std::string& service,
     command.insert(command.end(), arguments.begin(), arguments.end());
     auto& mock = mocks_.emplace_back(std::make_unique<ChildProcess>(command));
     bool up = eventually(
-        [&] { return call(service, "/", "org.freedesktop.DBus.Peer.Ping", "").status == 0; }, 10s);
+        [&] { return call(service, "/", "org.freedesktop.DBus.Peer.Ping", "").status == 0; },
+        kStartTimeout);
     return up ? std::string() : mock->standardError();
 }
 

@@ -6,6 +6,9 @@ namespace kvillo::testing {
 namespace {
 
 using namespace std::chrono_literals;
+// Generous, as a loaded CI machine can be slow to start programs; waiting
+// ends as soon as they are up.
+constexpr auto kStartTimeout = 30s;
 
 bool rootHas(const char* property) {
     auto result = runProcess({"xprop", "-root", property});
@@ -18,14 +21,15 @@ XServer::XServer() {
     // Xvfb picks a free display and writes its number to standard output.
     xvfb_ = std::make_unique<ChildProcess>(std::vector<std::string>{
         "Xvfb", "-displayfd", "1", "-noreset", "-screen", "0", "640x480x24", "-nolisten", "tcp"});
-    if (!eventually([&] { return xvfb_->standardOutput().find('\n') != std::string::npos; }, 10s)) {
+    if (!eventually([&] { return xvfb_->standardOutput().find('\n') != std::string::npos; },
+                    kStartTimeout)) {
         error_ = "Xvfb did not start: " + xvfb_->standardError();
         return;
     }
     std::string display =
         ":" + xvfb_->standardOutput().substr(0, xvfb_->standardOutput().find('\n'));
     ::setenv("DISPLAY", display.c_str(), 1);
-    if (!eventually([] { return runProcess({"xprop", "-root"}).status == 0; }, 10s)) {
+    if (!eventually([] { return runProcess({"xprop", "-root"}).status == 0; }, kStartTimeout)) {
         error_ = "Xvfb does not answer on " + display;
         return;
     }
@@ -34,7 +38,7 @@ XServer::XServer() {
     windowManager_ = std::make_unique<ChildProcess>(
         std::vector<std::string>{"openbox"},
         std::map<std::string, std::string>{{"XDG_DATA_DIRS", "/usr/local/share:/usr/share"}});
-    if (!eventually([] { return rootHas("_NET_SUPPORTING_WM_CHECK"); }, 10s)) {
+    if (!eventually([] { return rootHas("_NET_SUPPORTING_WM_CHECK"); }, kStartTimeout)) {
         error_ = "openbox did not start: " + windowManager_->standardError();
     }
 }
@@ -55,7 +59,7 @@ bool XServer::waitUntilManaged(const std::string& windowID) {
             return runProcess({"xprop", "-id", windowID, "_NET_WM_DESKTOP"})
                        .output.find("not found") == std::string::npos;
         },
-        10s);
+        kStartTimeout);
 }
 
 }  // namespace kvillo::testing

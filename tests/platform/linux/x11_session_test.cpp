@@ -41,26 +41,38 @@ protected:
         ::setenv("LANG", "nb_NO.UTF-8", 1);
 
         server_ = new XServer;
-        ASSERT_EQ(server_->error(), "");
+        if (!server_->error().empty()) {
+            setUpError_ = server_->error();
+            return;
+        }
         windows_ = new ChildProcess(
             {"/usr/bin/python3", std::string(SOURCE_DIR) + "/make_windows.py",
              "exampleeditor|ExampleEditor|main.cpp \u2014 Editor|net|4242",
              "example-notes|Notes|Caf\u00e9 notes|latin1|4343",
              "mystery|Mystery Tool|Secret|net|4444", "legacy|Legacy|Gammel caf\u00e9|ctext|4545"});
-        ASSERT_TRUE(eventually(
+        bool mapped = eventually(
             [] {
                 std::string output = windows_->standardOutput();
                 return std::count(output.begin(), output.end(), '\n') == 4;
             },
-            10s))
-            << windows_->standardError();
+            30s);
+        if (!mapped) {
+            setUpError_ = "no test windows: " + windows_->standardError();
+            return;
+        }
         std::istringstream ids(windows_->standardOutput());
         for (auto& id : ids_) {
             ids >> id;
-            ASSERT_TRUE(XServer::waitUntilManaged(id));
+            if (!XServer::waitUntilManaged(id)) {
+                setUpError_ = "openbox did not manage window " + id;
+            }
         }
         testing::ensureCoreApplication();
     }
+
+    // A failed set-up fails each test; asserting in SetUpTestSuite would
+    // only skip them.
+    void SetUp() override { ASSERT_EQ(setUpError_, ""); }
 
     static void TearDownTestSuite() {
         delete windows_;
@@ -70,12 +82,14 @@ protected:
 
     static void activate(int window) { ASSERT_TRUE(XServer::activate(ids_[window])); }
 
+    static std::string setUpError_;
     static TempFolder* home_;
     static XServer* server_;
     static ChildProcess* windows_;
     static std::string ids_[4];
 };
 
+std::string X11::setUpError_;
 TempFolder* X11::home_ = nullptr;
 XServer* X11::server_ = nullptr;
 ChildProcess* X11::windows_ = nullptr;
