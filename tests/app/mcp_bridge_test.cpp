@@ -34,11 +34,7 @@ TEST(McpBridge, AnswersLineByLineAndSharesTheStore) {
         "\n"
         R"({"jsonrpc":"2.0","id":"b","method":"tools/call","params":{"name":"annotate","arguments":{"text":"Via stdio"}}})"
         "\r\n";
-    auto result = testing::runProcess({KVILLO_MCP_BINARY},
-                                      {{"HOME", home.path()},
-                                       {"XDG_DATA_HOME", home.file("data")},
-                                       {"XDG_CONFIG_HOME", home.file("config")}},
-                                      input);
+    auto result = testing::runProcess({KVILLO_MCP_BINARY}, testing::homeEnvironment(home), input);
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_EQ(result.error, "");
     auto lines = answerLines(result.output);

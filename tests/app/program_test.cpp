@@ -22,14 +22,6 @@ std::string mappedFiles(const ChildProcess& process) {
     return testing::readFile("/proc/" + std::to_string(process.pid()) + "/maps");
 }
 
-std::map<std::string, std::string> homeIn(const TempFolder& home) {
-    return {{"HOME", home.path()},
-            {"XDG_DATA_HOME", home.file("data")},
-            {"XDG_CONFIG_HOME", home.file("config")},
-            {"DISPLAY", ""},
-            {"WAYLAND_DISPLAY", ""}};
-}
-
 // What `.schema` prints for the store: SQLite keeps each statement's text
 // without "IF NOT EXISTS" and adds the table it keeps for AUTOINCREMENT.
 constexpr const char* kSchemaDump =
@@ -85,7 +77,8 @@ TEST(Program, HeadlessStartCreatesTheStoreAndSigtermEndsItCleanly) {
     std::string database = home.file("data/Kvillo/activities.db");
     for (int signalNumber : {SIGTERM, SIGINT}) {
         SCOPED_TRACE(signalNumber);
-        ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", "0"}, homeIn(home));
+        ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", "0"},
+                            testing::homeEnvironment(home));
         ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(database); }, 10s))
             << kvillo.standardError();
         auto maps = mappedFiles(kvillo);
@@ -101,44 +94,39 @@ TEST(Program, HeadlessStartCreatesTheStoreAndSigtermEndsItCleanly) {
     EXPECT_EQ(dump.output, kSchemaDump);
 }
 
-TEST(Program, TheTrayProgramAlsoEndsCleanlyOnSigterm) {
-    TempFolder home;
-    auto environment = homeIn(home);
-    environment["QT_QPA_PLATFORM"] = "offscreen";
-    ChildProcess kvillo({KVILLO_BINARY, "--port", "0"}, environment);
-    ASSERT_TRUE(
-        eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); }, 10s))
-        << kvillo.standardError();
-    EXPECT_NE(mappedFiles(kvillo).find("/libkvillo_gui.so"), std::string::npos);
-    kvillo.signal(SIGTERM);
-    EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
-}
-
-TEST(Program, AnInstalledKvilloRunsOnItsPrivateLibraryAndModule) {
+// The tray program from the build tree and installed: each finds its
+// private library and GUI module, and ends cleanly on SIGTERM.
+TEST(Program, TheTrayProgramRunsOnItsLibraryAndModuleWhereverItIs) {
     TempFolder prefix;
     auto install = runProcess({CMAKE_COMMAND, "--install", BUILD_DIR, "--prefix", prefix.path()});
     ASSERT_EQ(install.status, 0) << install.output << install.error;
-    const std::string privateFolder = prefix.file(INSTALL_LIBDIR) + "/kvillo";
-
+    struct Row {
+        std::string binary;
+        std::string libraryFolder;
+    };
+    const Row rows[] = {
+        {KVILLO_BINARY, std::filesystem::path(KVILLO_BINARY).parent_path()},
+        {prefix.file("bin/kvillo"), prefix.file(INSTALL_LIBDIR) + "/kvillo"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.binary);
+        TempFolder home;
+        auto environment = testing::homeEnvironment(home);
+        environment["QT_QPA_PLATFORM"] = "offscreen";
+        ChildProcess kvillo({row.binary, "--port", "0"}, environment);
+        ASSERT_TRUE(eventually(
+            [&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); }, 10s))
+            << kvillo.standardError();
+        auto maps = mappedFiles(kvillo);
+        EXPECT_NE(maps.find(row.libraryFolder + "/libkvillo.so"), std::string::npos) << maps;
+        EXPECT_NE(maps.find(row.libraryFolder + "/libkvillo_gui.so"), std::string::npos) << maps;
+        kvillo.signal(SIGTERM);
+        EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
+    }
     TempFolder home;
-    auto environment = homeIn(home);
-    environment["QT_QPA_PLATFORM"] = "offscreen";
-    ChildProcess kvillo({prefix.file("bin/kvillo"), "--port", "0"}, environment);
-    ASSERT_TRUE(
-        eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); }, 10s))
-        << kvillo.standardError();
-    auto maps = mappedFiles(kvillo);
-    EXPECT_NE(maps.find(privateFolder + "/libkvillo.so"), std::string::npos) << maps;
-    EXPECT_NE(maps.find(privateFolder + "/libkvillo_gui.so"), std::string::npos) << maps;
-    EXPECT_EQ(maps.find(BUILD_DIR), std::string::npos) << "the build tree is used";
-    kvillo.signal(SIGTERM);
-    EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
-
-    auto bridge = runProcess({prefix.file("bin/kvillo-mcp")}, homeIn(home),
-                             R"({"jsonrpc":"2.0","id":1,"method":"ping"})"
-                             "\n");
-    EXPECT_EQ(bridge.status, 0) << bridge.error;
-    EXPECT_EQ(bridge.output, "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{}}\n");
+    auto bridge = runProcess({prefix.file("bin/kvillo-mcp")}, testing::homeEnvironment(home),
+                             "{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"ping\"}\n");
+    EXPECT_EQ(bridge.output, "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{}}\n") << bridge.error;
 }
 
 TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {
@@ -146,7 +134,8 @@ TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {
     testing::PortBlocker blocker(/*alsoIpv6=*/true);
     std::string port = std::to_string(blocker.port());
 
-    ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", port}, homeIn(home));
+    ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", port},
+                        testing::homeEnvironment(home));
     ASSERT_TRUE(
         eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); }, 10s));
     ASSERT_TRUE(eventually([&] { return !kvillo.standardError().empty(); }, 5s));
@@ -159,7 +148,7 @@ TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {
 
 TEST(Program, WithoutADisplayTheTrayProgramAsksForHeadless) {
     TempFolder home;
-    auto result = runProcess({KVILLO_BINARY}, homeIn(home));
+    auto result = runProcess({KVILLO_BINARY}, testing::homeEnvironment(home));
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.error.find("--headless"), std::string::npos);
 }
@@ -168,7 +157,8 @@ TEST(Program, UnopenableDatabaseExitsOneNamingThePathAndTheReason) {
     TempFolder home;
     // A file where the data folder should be defeats even root.
     testing::writeFile(home.file("data"), "not a folder");
-    auto result = runProcess({KVILLO_BINARY, "--headless", "--port", "0"}, homeIn(home));
+    auto result =
+        runProcess({KVILLO_BINARY, "--headless", "--port", "0"}, testing::homeEnvironment(home));
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.error, "kvillo: cannot open the database " +
                                 home.file("data/Kvillo/activities.db") +

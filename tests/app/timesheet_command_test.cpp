@@ -5,6 +5,7 @@
 #include "core/store/database.h"
 #include "core/time/calendar.h"
 #include "tests/support/process.h"
+#include "tests/support/records.h"
 #include "tests/support/temp_folder.h"
 
 namespace kvillo {
@@ -22,22 +23,14 @@ protected:
         Database db(home_.file("data/Kvillo/activities.db"));
         db.saveProject("Skarvelin", {"kraftnod"});
         double nine = testing::localTime(2025, 3, 3, 9);
-        db.insert(Activity{
-            .appName = "Code", .title = "kraftnod.cpp", .startTime = nine, .endTime = nine + 7200});
+        db.insert(testing::act("Code", nine, nine + 7200, "kraftnod.cpp"));
         testing::writeFile(home_.file("config/kvillo/app.kvillo.shared.json"),
                            R"({"timesheetName": "Utvikler A", "language": "nb"})");
     }
 
-    testing::ProcessResult kvillo(std::vector<std::string> arguments,
-                                  std::map<std::string, std::string> extra = {}) {
+    testing::ProcessResult kvillo(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), {KVILLO_BINARY, "timesheet"});
-        std::map<std::string, std::string> environment{{"HOME", home_.path()},
-                                                       {"XDG_DATA_HOME", home_.file("data")},
-                                                       {"XDG_CONFIG_HOME", home_.file("config")},
-                                                       {"TZ", "Europe/Oslo"},
-                                                       {"DISPLAY", ""}};
-        environment.insert(extra.begin(), extra.end());
-        return runProcess(arguments, environment);
+        return runProcess(arguments, testing::homeEnvironment(home_));
     }
 
     TempFolder home_;

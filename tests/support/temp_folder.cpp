@@ -24,6 +24,15 @@ TempFolder::~TempFolder() {
     std::filesystem::remove_all(path_, ignored);
 }
 
+std::map<std::string, std::string> homeEnvironment(const TempFolder& home) {
+    return {{"HOME", home.path()},
+            {"XDG_DATA_HOME", home.file("data")},
+            {"XDG_CONFIG_HOME", home.file("config")},
+            {"TZ", "Europe/Oslo"},
+            {"DISPLAY", ""},
+            {"WAYLAND_DISPLAY", ""}};
+}
+
 ScopedEnv::ScopedEnv(std::string name, const std::string& value) : name_(std::move(name)) {
     if (const char* old = std::getenv(name_.c_str())) {
         hadValue_ = true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 
 namespace kvillo::testing {
@@ -19,6 +20,11 @@ public:
 private:
     std::string path_;
 };
+
+// The environment for a Kvillo started as a child process with its home,
+// data and settings in `home`, in Oslo time and with no display (pass it to
+// ChildProcess or runProcess; add or replace entries as needed).
+std::map<std::string, std::string> homeEnvironment(const TempFolder& home);
 
 // Sets an environment variable for the object's lifetime, then restores it.
 class ScopedEnv {
