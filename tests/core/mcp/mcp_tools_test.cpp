@@ -123,6 +123,9 @@ TEST_F(Tools, AnnotateStartsBackdatedTasksAndEndsThem) {
     // 15:00 in Oslo is 14:00 UTC.
     EXPECT_EQ(tool("annotate", {{"text", " Fixing auth bug "}, {"duration", "1h30m"}}),
               "Annotation started: Fixing auth bug (since 2026-11-23T12:30:00Z)");
+    // The point is skipped, as a blank is: "1.5h" reads as fifteen hours.
+    EXPECT_EQ(tool("annotate", {{"text", "Review"}, {"duration", "1.5h"}}),
+              "Annotation started: Review (since 2026-11-22T23:00:00Z)");
     EXPECT_EQ(tool("annotate", {{"text", "Now"}, {"duration", "soon"}}),
               "Annotation started: Now (since 2026-11-23T14:00:00Z)");
     EXPECT_EQ(db_.currentAnnotation()->text, "Now");
@@ -131,7 +134,7 @@ TEST_F(Tools, AnnotateStartsBackdatedTasksAndEndsThem) {
               "Annotation started: Old (since 2016-11-15T14:00:00Z)");
     EXPECT_EQ(tool("annotate", {{"text", "  "}}), "Ended current annotation.");
     EXPECT_FALSE(db_.currentAnnotation());
-    EXPECT_TRUE(tool("get_annotations").starts_with("Annotations (4):"));
+    EXPECT_TRUE(tool("get_annotations").starts_with("Annotations (5):"));
 }
 
 TEST(McpToolsArguments, DurationsReadHoursMinutesAndBareMinutes) {
