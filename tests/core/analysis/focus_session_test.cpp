@@ -1,72 +1,67 @@
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "core/analysis/focus_session.h"
-#include "tests/support/temp_folder.h"
+#include "tests/support/records.h"
 
 namespace kvillo {
 namespace {
 
-const double kNine = testing::localTime(2026, 11, 23, 9);
+using testing::act;
 
-Activity act(const std::string& app, double startMinutes, std::optional<double> endMinutes) {
-    return Activity{.appName = app,
-                    .startTime = kNine + startMinutes * 60,
-                    .endTime = endMinutes ? std::optional(kNine + *endMinutes * 60) : std::nullopt};
+// Detection does no calendar arithmetic, so any instants do.
+constexpr double kNine = 9 * testing::kHour;
+double at(double minutes) {
+    return kNine + minutes * testing::kMinute;
 }
 
-std::vector<FocusSession> detect(const std::vector<Activity>& activities,
-                                 double now = kNine + 1e5) {
-    return FocusSession::detect(activities, 1500, 120, now);
+std::vector<FocusSession> detect(const std::vector<Activity>& activities) {
+    return FocusSession::detect(activities, 1500, 120, at(100));
 }
 
-TEST(FocusSession, LengthDecidesWhetherARunCounts) {
-    EXPECT_TRUE(detect({}).empty());
-    EXPECT_TRUE(detect({act("Code", 0, 24)}).empty());
-    auto one = detect({act("Code", 0, 30)});
-    ASSERT_EQ(one.size(), 1u);
-    EXPECT_EQ(one[0].switches, 0);
-    EXPECT_EQ(one[0].duration(), 1800);
-    EXPECT_EQ(detect({act("Code", 0, 25)}).size(), 1u);  // exactly 1500 s counts
+TEST(FocusSession, RunsOfTheMinimumLengthCountAndOnlyGapsOverTheMaximumBreakThem) {
+    using Spans = std::vector<std::array<double, 3>>;  // start and end minute, switches
+    struct Row {
+        const char* name;
+        std::vector<std::pair<double, std::optional<double>>> activities;  // minutes, open ends
+        Spans sessions;
+    };
+    const Row rows[] = {
+        {"nothing", {}, {}},
+        {"24 minutes is too short", {{0, 24}}, {}},
+        {"exactly 25 minutes counts", {{0, 25}}, {{0, 25, 0}}},
+        {"a gap of exactly two minutes keeps the run", {{0, 12}, {14, 26}}, {{0, 26, 1}}},
+        {"a second more breaks it", {{0, 12}, {14 + 1.0 / 60, 26}}, {}},
+        {"gaps count from the latest end seen", {{0, 30}, {5, 6}, {31, 40}}, {{0, 40, 2}}},
+        {"input in any order", {{40, 70}, {0, 20}, {71, 80}, {21, 27}}, {{0, 27, 1}, {40, 80, 1}}},
+        {"an open activity runs until now", {{0, std::nullopt}}, {{0, 100, 0}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::vector<Activity> activities;
+        for (auto [start, end] : row.activities) {
+            activities.push_back(
+                act("Code", at(start), end ? std::optional(at(*end)) : std::nullopt));
+        }
+        Spans found;
+        for (const auto& session : detect(activities)) {
+            found.push_back({(session.start - kNine) / 60, (session.end - kNine) / 60,
+                             static_cast<double>(session.switches)});
+        }
+        EXPECT_EQ(found, row.sessions);
+    }
 }
 
-TEST(FocusSession, AGapOfExactlyTwoMinutesKeepsTheRun) {
-    auto joined = detect({act("Code", 0, 12), act("Terminal", 14, 26)});
-    ASSERT_EQ(joined.size(), 1u);
-    EXPECT_EQ(joined[0].duration(), 26 * 60);
-    EXPECT_EQ(joined[0].switches, 1);
-    EXPECT_TRUE(detect({act("Code", 0, 12), act("Terminal", 14 + 1.0 / 60, 26)}).empty());
-}
-
-TEST(FocusSession, GapsAreMeasuredFromTheLatestEndSeen) {
-    // The long editor session overlaps a short look at mail; the terminal
-    // follows the editor, not the mail.
-    auto sessions = detect({act("Code", 0, 30), act("Mail", 5, 6), act("Terminal", 31, 40)});
-    ASSERT_EQ(sessions.size(), 1u);
-    EXPECT_EQ(sessions[0].end, kNine + 40 * 60);
-    EXPECT_EQ(sessions[0].switches, 2);
-}
-
-TEST(FocusSession, AppsAreSummedPerNameLargestFirst) {
-    auto sessions = detect({act("Terminal", 0, 5), act("Code", 5, 20), act("Terminal", 20, 30)});
-    ASSERT_EQ(sessions.size(), 1u);
+TEST(FocusSession, AppsAreSummedPerNameLargestFirstThenInOrderOfAppearance) {
     using Apps = std::vector<std::pair<std::string, Duration>>;
-    EXPECT_EQ(sessions[0].apps, (Apps{{"Terminal", 900}, {"Code", 900}}));
-    auto longer = detect({act("Code", 0, 20), act("Terminal", 20, 30)});
+    auto tie = detect({act("Terminal", at(0), at(5)), act("Code", at(5), at(20)),
+                       act("Terminal", at(20), at(30))});
+    ASSERT_EQ(tie.size(), 1u);
+    EXPECT_EQ(tie[0].apps, (Apps{{"Terminal", 900}, {"Code", 900}}));
+    auto longer = detect({act("Terminal", at(0), at(10)), act("Code", at(10), at(30))});
+    ASSERT_EQ(longer.size(), 1u);
     EXPECT_EQ(longer[0].apps, (Apps{{"Code", 1200}, {"Terminal", 600}}));
-}
-
-TEST(FocusSession, OpenActivitiesRunToNowAndInputOrderDoesNotMatter) {
-    double now = kNine + 40 * 60;
-    auto open = detect({act("Code", 0, std::nullopt)}, now);
-    ASSERT_EQ(open.size(), 1u);
-    EXPECT_EQ(open[0].end, now);
-
-    std::vector<Activity> sorted{act("A", 0, 20), act("B", 21, 27), act("C", 40, 70),
-                                 act("D", 71, 80)};
-    std::vector<Activity> shuffled{sorted[2], sorted[0], sorted[3], sorted[1]};
-    auto expected = detect(sorted);
-    EXPECT_EQ(expected.size(), 2u);
-    EXPECT_EQ(detect(shuffled), expected);
 }
 
 }  // namespace

@@ -1,24 +1,26 @@
 #include <gtest/gtest.h>
 
-#include "core/records/activity.h"
-#include "core/records/annotation.h"
 #include "core/records/app_usage_summary.h"
 #include "core/records/project.h"
 #include "core/records/record_json.h"
 #include "core/time/iso8601.h"
+#include "tests/support/records.h"
 
 namespace kvillo {
 namespace {
 
-struct DurationRow {
-    const char* name;
-    double seconds;
-    const char* activityText;
-    const char* summaryText;
-};
+using testing::act;
+using testing::note;
+using Json = nlohmann::ordered_json;
 
 TEST(DurationText, ActivityAndSummaryFormsAtEveryBoundary) {
-    const DurationRow rows[] = {
+    struct Row {
+        const char* name;
+        double seconds;
+        const char* activityText;
+        const char* summaryText;
+    };
+    const Row rows[] = {
         {"under a second", 0.4, "0s", "0s"},
         {"just under a minute", 59.9, "59s", "59s"},
         {"one minute", 60, "1m 0s", "1m"},
@@ -32,24 +34,16 @@ TEST(DurationText, ActivityAndSummaryFormsAtEveryBoundary) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        Activity activity{.appName = "Terminal", .startTime = 1000, .endTime = 1000 + row.seconds};
-        EXPECT_EQ(activity.formattedDuration(), row.activityText);
+        EXPECT_EQ(act("Terminal", 1000, 1000 + row.seconds).formattedDuration(), row.activityText);
         AppUsageSummary summary{.appName = "Terminal", .totalDuration = row.seconds};
         EXPECT_EQ(summary.formattedDuration(), row.summaryText);
     }
 }
 
-TEST(DurationText, OpenRecords) {
-    Activity open{.appName = "Mail", .startTime = 1000};
-    EXPECT_EQ(open.formattedDuration(), "ongoing");
-    EXPECT_FALSE(open.duration());
-
-    Annotation running{.text = "Skriver rapport", .startedAt = 1000};
-    EXPECT_EQ(running.formattedDuration(1090), "1m 30s");
-    EXPECT_FALSE(running.duration());
-
-    Annotation ended{.text = "Skriver rapport", .startedAt = 1000, .endedAt = 4725};
-    EXPECT_EQ(ended.formattedDuration(99999), "1h 2m");
+TEST(DurationText, OpenActivitiesAreOngoingAndOpenNotesRunUntilNow) {
+    EXPECT_EQ(act("Mail", 1000, std::nullopt).formattedDuration(), "ongoing");
+    EXPECT_EQ(note("Skriver rapport", 1000, std::nullopt).formattedDuration(1090), "1m 30s");
+    EXPECT_EQ(note("Skriver rapport", 1000, 4725).formattedDuration(99999), "1h 2m");
 }
 
 TEST(ProjectKeywords, ParsingTrimsSplitsAndKeepsOrder) {
@@ -72,15 +66,15 @@ TEST(ProjectKeywords, ParsingTrimsSplitsAndKeepsOrder) {
     }
 }
 
-TEST(ProjectKeywords, JoinedFormParsesBackToTheSameList) {
+TEST(ProjectKeywords, TheStoredFormJoinsWithABareCommaAndParsesBack) {
     std::vector<std::string> keywords{"a", "b c", "æøå"};
     EXPECT_EQ(Project::joinKeywords(keywords), "a,b c,æøå");
     EXPECT_EQ(Project::parseKeywords(Project::joinKeywords(keywords)), keywords);
     EXPECT_EQ(Project::joinKeywords({}), "");
 }
 
-TEST(RecordJson, AbsentOptionalsAreLeftOut) {
-    Activity activity{.appName = "Safari", .startTime = 1700000000};
+TEST(RecordJson, AbsentOptionalsAreLeftOutAndDatesWrittenAsAsked) {
+    Activity activity = act("Safari", 1700000000, std::nullopt);
     EXPECT_EQ(toJson(activity, DateEncoding::secondsSince1970).dump(),
               R"({"appName":"Safari","startTime":1700000000.0})");
     activity.id = 7;
@@ -89,37 +83,33 @@ TEST(RecordJson, AbsentOptionalsAreLeftOut) {
 }
 
 TEST(RecordJson, RoundTripsEveryRecord) {
-    Activity activity{.id = 3,
-                      .appName = "Code",
-                      .bundleID = "code",
-                      .title = "main.cpp — kvillo",
-                      .startTime = 1700000000,
-                      .endTime = 1700000125};
+    Activity activity = act("Code", 1700000000, 1700000125, "main.cpp — kvillo");
+    activity.id = 3;
+    activity.bundleID = "code";
     for (auto dates : {DateEncoding::secondsSince1970, DateEncoding::iso8601}) {
         EXPECT_EQ(activityFromJson(toJson(activity, dates), dates), activity);
     }
-    Annotation annotation{.id = 1, .text = "Kvillo", .startedAt = 1700000000.5};
-    EXPECT_EQ(annotationFromJson(toJson(annotation, DateEncoding::secondsSince1970),
-                                 DateEncoding::secondsSince1970),
-              annotation);
+    Annotation annotation = note("Kvillo", 1700000000.5, 1700000100, 1);
+    auto seconds = DateEncoding::secondsSince1970;
+    EXPECT_EQ(annotationFromJson(toJson(annotation, seconds), seconds), annotation);
     AppUsageSummary summary{
         .appName = "Mail", .totalDuration = 12.5, .sessionCount = 2, .latestTitle = "Innboks"};
     EXPECT_EQ(appUsageSummaryFromJson(toJson(summary)), summary);
 }
 
-TEST(RecordJson, NullReadsAsAbsentAndMissingRequiredKeyIsAnError) {
-    auto object = nlohmann::ordered_json::parse(
-        R"({"appName":"Mail","bundleID":null,"startTime":5,"endTime":null})");
+TEST(RecordJson, NullReadsAsAbsentAndAMissingOrMistypedValueIsAnError) {
+    auto object = Json::parse(R"({"appName":"Mail","bundleID":null,"startTime":5,"endTime":null})");
     Activity activity = activityFromJson(object, DateEncoding::secondsSince1970);
-    EXPECT_FALSE(activity.bundleID);
-    EXPECT_FALSE(activity.endTime);
+    EXPECT_FALSE(activity.bundleID || activity.endTime);
 
     object.erase("appName");
     EXPECT_THROW(activityFromJson(object, DateEncoding::secondsSince1970), RecordDecodeError);
-    auto wrongType = nlohmann::ordered_json::parse(R"({"text":3,"startedAt":5})");
-    EXPECT_THROW(annotationFromJson(wrongType, DateEncoding::secondsSince1970), RecordDecodeError);
-    auto badDate = nlohmann::ordered_json::parse(R"({"text":"x","startedAt":"yesterday"})");
-    EXPECT_THROW(annotationFromJson(badDate, DateEncoding::iso8601), RecordDecodeError);
+    EXPECT_THROW(annotationFromJson(Json::parse(R"({"text":3,"startedAt":5})"),
+                                    DateEncoding::secondsSince1970),
+                 RecordDecodeError);
+    EXPECT_THROW(annotationFromJson(Json::parse(R"({"text":"x","startedAt":"yesterday"})"),
+                                    DateEncoding::iso8601),
+                 RecordDecodeError);
 }
 
 TEST(Iso8601, ParsesZonesAndFractionsAndRejectsTheRest) {

@@ -6,26 +6,32 @@
 namespace kvillo {
 namespace {
 
-using testing::TempFolder;
-
 class FeaturesTest : public ::testing::Test {
 protected:
     nlohmann::json stored() { return nlohmann::json::parse(testing::readFile(file_)); }
 
-    TempFolder folder_;
-    std::string file_ = folder_.file("kvillo/app.kvillo.shared.json");
+    testing::TempFolder folder_;
+    std::string file_ = folder_.file("app.kvillo.shared.json");
     Features features_{file_, [] { return std::string("Kari Nordmann"); }};
 };
 
-TEST_F(FeaturesTest, FreshStoreReadsTheDefaults) {
-    for (auto key : Features::allKeys()) {
-        SCOPED_TRACE(std::string(Features::rawValue(key)));
-        EXPECT_EQ(features_.isEnabled(key), key != Features::Key::timesheets);
-    }
-    EXPECT_EQ(features_.idleMinutes(), 5);
-    EXPECT_EQ(features_.annotationIdleMinutes(), 30);
-    EXPECT_FALSE(features_.language());
-    EXPECT_EQ(features_.timesheetName(), "Kari Nordmann");
+TEST_F(FeaturesTest, MissingOrMistypedValuesReadAsDefaults) {
+    auto expectDefaults = [&] {
+        for (auto key : Features::allKeys()) {
+            EXPECT_EQ(features_.isEnabled(key), key != Features::Key::timesheets)
+                << Features::rawValue(key);
+        }
+        EXPECT_EQ(features_.idleMinutes(), 5);
+        EXPECT_EQ(features_.annotationIdleMinutes(), 30);
+        EXPECT_FALSE(features_.language());
+        EXPECT_EQ(features_.timesheetName(), "Kari Nordmann");
+    };
+    expectDefaults();
+    // Only the exact lower-case codes name a language.
+    testing::writeFile(file_, R"({"timesheets": "yes", "activityLogging": 0,
+        "idleMinutes": "7", "annotationIdleMinutes": 7.5, "language": "FR",
+        "timesheetName": 42})");
+    expectDefaults();
 }
 
 TEST_F(FeaturesTest, ValuesAreStoredUnderTheirNamesWithTheirJsonTypes) {
@@ -40,18 +46,9 @@ TEST_F(FeaturesTest, ValuesAreStoredUnderTheirNamesWithTheirJsonTypes) {
     EXPECT_FALSE(features_.isEnabled(Features::Key::aiAccess));
     EXPECT_EQ(features_.language(), Language::es);
     EXPECT_EQ(features_.timesheetName(), "");  // an empty name does not bring the default back
-}
 
-TEST_F(FeaturesTest, ValuesOfTheWrongTypeReadAsDefaults) {
-    testing::writeFile(file_, R"({"timesheets": "yes", "activityLogging": 0,
-        "idleMinutes": "7", "annotationIdleMinutes": 7.5, "language": "de",
-        "timesheetName": 42})");
-    EXPECT_FALSE(features_.isEnabled(Features::Key::timesheets));
-    EXPECT_TRUE(features_.isEnabled(Features::Key::activityLogging));
-    EXPECT_EQ(features_.idleMinutes(), 5);
-    EXPECT_EQ(features_.annotationIdleMinutes(), 30);
-    EXPECT_FALSE(features_.language());
-    EXPECT_EQ(features_.timesheetName(), "Kari Nordmann");
+    features_.setLanguage(std::nullopt);
+    EXPECT_FALSE(stored().contains("language"));
 }
 
 TEST_F(FeaturesTest, MinutesAreWrittenAsAtLeastOneButReadUnchanged) {
@@ -65,33 +62,15 @@ TEST_F(FeaturesTest, MinutesAreWrittenAsAtLeastOneButReadUnchanged) {
     EXPECT_EQ(features_.idleMinutes(), -4);
 }
 
-TEST_F(FeaturesTest, ClearingTheLanguageRemovesTheKey) {
-    features_.setLanguage(Language::es);
-    features_.setLanguage(std::nullopt);
-    EXPECT_FALSE(stored().contains("language"));
-    EXPECT_FALSE(features_.language());
-}
-
-TEST_F(FeaturesTest, ChangesAreSeenByAnotherInstanceAtOnce) {
+TEST_F(FeaturesTest, AnotherInstanceSeesChangesAndKeepsThemWhenItWrites) {
     Features other(file_, [] { return std::string(); });
     EXPECT_TRUE(other.isEnabled(Features::Key::windowTitles));
     features_.set(Features::Key::windowTitles, false);
-    EXPECT_FALSE(other.isEnabled(Features::Key::windowTitles));
+    // other last read the file before that change.
     other.setIdleMinutes(9);
     EXPECT_EQ(features_.idleMinutes(), 9);
     EXPECT_FALSE(features_.isEnabled(Features::Key::windowTitles));
-}
-
-TEST(FeatureKeys, RawValuesAreTheNamesAndUnknownTextsGiveNoKey) {
-    EXPECT_EQ(Features::keyFromRawValue("claudeCodeHook"), Features::Key::claudeCodeHook);
-    EXPECT_FALSE(Features::keyFromRawValue("ClaudeCodeHook"));
-    EXPECT_FALSE(Features::keyFromRawValue(""));
-    for (auto key : Features::allKeys()) {
-        EXPECT_EQ(Features::keyFromRawValue(Features::rawValue(key)), key);
-    }
-    EXPECT_EQ(Language::fromCode("fr"), Language::fr);
-    EXPECT_FALSE(Language::fromCode("FR"));
-    EXPECT_FALSE(Language::fromCode("nb_NO"));
+    EXPECT_FALSE(other.isEnabled(Features::Key::windowTitles));
 }
 
 }  // namespace

@@ -14,6 +14,11 @@ namespace {
 
 using testing::TempFolder;
 
+// Temporary files left behind would show up here.
+long entriesIn(const std::string& folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
 TEST(SettingsStore, CorruptFileReadsEmptyAndIsKeptAsideBeforeTheNextWrite) {
     for (const char* bad : {"{\"idleMinutes\": 5", "[1, 2]", "\xff\xfe"}) {
         SCOPED_TRACE(bad);
@@ -43,12 +48,7 @@ TEST(SettingsStore, WritesReplaceTheFileWholeAndLeaveNoTemporaries) {
     EXPECT_EQ(nlohmann::json::parse(testing::readFile(file)),
               nlohmann::json::parse(R"({"b":true})"));
     EXPECT_EQ(std::filesystem::status(file).permissions(), permissions);
-    int entries = 0;
-    for ([[maybe_unused]] auto& entry :
-         std::filesystem::directory_iterator(folder.file("deep/er"))) {
-        ++entries;
-    }
-    EXPECT_EQ(entries, 1);
+    EXPECT_EQ(entriesIn(folder.file("deep/er")), 1);
 }
 
 TEST(SettingsStore, UnwritableLocationFailsWithoutAFile) {
@@ -81,11 +81,7 @@ TEST(SettingsStore, AWriteThatFailsHalfwayLeavesTheOldFileWhole) {
     EXPECT_EQ(testing::readFile(file), before);
     EXPECT_EQ(store.value("language"), "nb");
     EXPECT_FALSE(store.value("timesheetName"));
-    int entries = 0;
-    for ([[maybe_unused]] auto& entry : std::filesystem::directory_iterator(folder.path())) {
-        ++entries;
-    }
-    EXPECT_EQ(entries, 1);
+    EXPECT_EQ(entriesIn(folder.path()), 1);
 }
 
 TEST(SettingsStore, TwoThreadsWritingDifferentKeysLoseNothing) {
