@@ -10,43 +10,30 @@
 namespace kvillo::PeriodText {
 namespace {
 
-// Whole keys, one per period, so that every one is checked when compiling.
-L10n::Key sameAsKey(Period period) {
-    switch (period) {
-        case Period::day:
-            return "som i går";
-        case Period::week:
-            return "som forrige uke";
-        case Period::month:
-            return "som forrige måned";
-    }
-    return "som i går";
-}
+// The keys of one period's words, each whole, so that every one is checked
+// when compiling.
+struct PeriodKeys {
+    L10n::Key label;
+    L10n::Key sameAs;
+    L10n::Key changeFrom;
+};
 
-L10n::Key changeFromKey(Period period) {
+PeriodKeys keysOf(Period period) {
     switch (period) {
         case Period::day:
-            return "%@ fra i går";
+            return {"Dag", "som i går", "%@ fra i går"};
         case Period::week:
-            return "%@ fra forrige uke";
+            return {"Uke", "som forrige uke", "%@ fra forrige uke"};
         case Period::month:
-            return "%@ fra forrige måned";
+            return {"Måned", "som forrige måned", "%@ fra forrige måned"};
     }
-    return "%@ fra i går";
+    return {"Dag", "som i går", "%@ fra i går"};
 }
 
 }  // namespace
 
 std::string label(Period period, Language language) {
-    switch (period) {
-        case Period::day:
-            return L10n::string(language, "Dag");
-        case Period::week:
-            return L10n::string(language, "Uke");
-        case Period::month:
-            return L10n::string(language, "Måned");
-    }
-    return L10n::string(language, "Dag");
+    return L10n::string(language, keysOf(period).label);
 }
 
 std::string displayName(std::string_view name, Language language) {
@@ -70,9 +57,9 @@ std::optional<std::string> focusDetail(const Report& report, Duration previousFo
     if (std::abs(difference) >= 60) {
         std::string change = std::string(difference > 0 ? "\u2191" : "\u2193") + " " +
                              Fmt::duration(std::abs(difference), language);
-        comparison = L10n::string(language, changeFromKey(period), {change});
+        comparison = L10n::string(language, keysOf(period).changeFrom, {change});
     } else {
-        comparison = L10n::string(language, sameAsKey(period));
+        comparison = L10n::string(language, keysOf(period).sameAs);
     }
     return L10n::string(language, "%d %% av aktiv tid", {percent}) + " \u00b7 " + comparison;
 }

@@ -1,6 +1,7 @@
 #include "core/mcp/mcp_catalogue.h"
 
 #include <algorithm>
+#include <array>
 
 namespace kvillo::McpCatalogue {
 namespace {
@@ -154,11 +155,21 @@ Json toolList(const Features& features) {
         }
         return built;
     }();
+    // Each switch is read once per listing: a read asks the settings file.
+    std::array<std::optional<bool>, Features::allKeys().size()> on;
     Json list = Json::array();
     for (size_t i = 0; i < std::size(kTools); ++i) {
-        if (!isWithdrawn(kTools[i], features)) {
-            list.push_back(entries[i]);
+        const auto& feature = kTools[i].feature;
+        if (feature) {
+            auto& state = on[static_cast<size_t>(*feature)];
+            if (!state) {
+                state = features.isEnabled(*feature);
+            }
+            if (!*state) {
+                continue;
+            }
         }
+        list.push_back(entries[i]);
     }
     return list;
 }
