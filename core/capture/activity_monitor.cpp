@@ -1,13 +1,50 @@
 #include "core/capture/activity_monitor.h"
 
+#include <algorithm>
+
 namespace kvillo {
+namespace {
+
+// What a row records of an application; another window of it, or another
+// process of it, is the same application.
+bool sameApplication(const FrontApplication& a, const FrontApplication& b) {
+    return a.name == b.name && a.bundleID == b.bundleID;
+}
+
+}  // namespace
 
 ActivityMonitor::ActivityMonitor(Database& database, const Features& features, Desktop& desktop,
                                  const Clock& clock, RepeatingTimer& timer)
-    : database_(database), features_(features), desktop_(desktop), clock_(clock), timer_(timer) {}
+    : database_(database),
+      features_(features),
+      desktop_(desktop),
+      clock_(clock),
+      timer_(timer),
+      aliveMarker_(database.path()) {}
 
 ActivityMonitor::~ActivityMonitor() {
     stop();
+}
+
+void ActivityMonitor::onWriteStatusChanged(WriteStatusObserver observer) {
+    writeStatusObserver_ = std::move(observer);
+}
+
+template <typename Write>
+bool ActivityMonitor::write(Write&& write) {
+    std::optional<DatabaseError> failure;
+    try {
+        write();
+    } catch (const DatabaseError& error) {
+        failure = error;
+    }
+    if (failure.has_value() != writeFailing_) {
+        writeFailing_ = failure.has_value();
+        if (writeStatusObserver_) {
+            writeStatusObserver_(failure);
+        }
+    }
+    return !failure;
 }
 
 void ActivityMonitor::start() {
@@ -15,18 +52,22 @@ void ActivityMonitor::start() {
         return;
     }
     running_ = true;
-    try {
-        database_.closeDanglingActivities(kMaxLeftoverDuration, clock_.now());
-    } catch (const DatabaseError&) {
-    }
-    try {
-        database_.repairOverlaps();
-    } catch (const DatabaseError&) {
-    }
+    write([&] {
+        database_.closeDanglingActivities(kMaxLeftoverDuration, clock_.now(), aliveMarker_.read());
+    });
+    write([&] { database_.repairOverlaps(); });
     desktop_.subscribe(DesktopEvents{
         .activated =
-            [this](std::optional<FrontApplication> application) { handleActivation(application); },
+            [this](std::optional<FrontApplication> application) {
+                handleDesktopActivation(application);
+            },
         .willSleep = [this] { enterIdle(clock_.now()); },
+        .displaySlept =
+            [this] {
+                displayAsleep_ = true;
+                enterIdle(clock_.now());
+            },
+        .woke = [this] { wake(); },
         .locked =
             [this] {
                 screenLocked_ = true;
@@ -36,6 +77,12 @@ void ActivityMonitor::start() {
             [this] {
                 screenLocked_ = false;
                 handleActivation(front());
+            },
+        // The subscription stays until stop(): this runs inside it.
+        .ended =
+            [this] {
+                timer_.stop();
+                endOpenActivity(clock_.now());
             },
     });
     timer_.start(kTickInterval, [this] { tick(); });
@@ -85,12 +132,28 @@ void ActivityMonitor::endOpenActivity(TimePoint at) {
     if (!currentActivityID_) {
         return;
     }
-    try {
-        database_.updateEndTime(*currentActivityID_, at);
-    } catch (const DatabaseError&) {
-        // The row stays open; the repair at the next start closes it.
-    }
+    // The last input can lie before the row began (a window that came up on
+    // its own); the row then ends where it began.
+    TimePoint end = std::max(at, currentStart_);
+    write([&] { database_.updateEndTime(*currentActivityID_, end); });
+    // On failure the row stays open; the repair at the next start closes it.
     currentActivityID_.reset();
+    currentApplication_.reset();
+}
+
+void ActivityMonitor::handleDesktopActivation(const std::optional<FrontApplication>& application) {
+    // A window that takes the focus under the locker (a dialog, a closing
+    // program) is not the user coming back.
+    if (screenLocked_) {
+        handleActivation(front());
+        return;
+    }
+    if (application && currentActivityID_ && currentApplication_ &&
+        sameApplication(*application, *currentApplication_)) {
+        updateCurrentTitle();
+        return;
+    }
+    handleActivation(application);
 }
 
 void ActivityMonitor::handleActivation(const std::optional<FrontApplication>& application) {
@@ -115,14 +178,18 @@ void ActivityMonitor::handleActivation(const std::optional<FrontApplication>& ap
     if (!features_.isEnabled(Features::Key::activityLogging)) {
         return;
     }
-    try {
+    write([&] {
         currentActivityID_ = database_.insert(Activity{
             .appName = application->name.value_or(kUnknownAppName),
             .bundleID = application->bundleID,
             .startTime = now,
         });
+    });
+    if (currentActivityID_) {
+        currentStart_ = now;
+        currentApplication_ = application;
         lastTitle_.reset();
-    } catch (const DatabaseError&) {
+        aliveMarker_.note(now);
     }
 }
 
@@ -135,13 +202,40 @@ void ActivityMonitor::enterIdle(TimePoint since) {
     endOpenActivity(since);
 }
 
+void ActivityMonitor::wake() {
+    displayAsleep_ = false;
+    if (isIdle_) {
+        handleActivation(front());
+    }
+}
+
 void ActivityMonitor::tick() {
     if (pausedUntil_ && clock_.now() >= *pausedUntil_) {
         pausedUntil_.reset();
         handleActivation(front());
     }
+    followDisplaySleep();
     checkIdle();
     updateCurrentTitle();
+    if (currentActivityID_) {
+        aliveMarker_.note(clock_.now());
+    }
+}
+
+void ActivityMonitor::followDisplaySleep() {
+    // Not every display says when it sleeps (DPMS has no events), so the
+    // tick asks; a display that woke starts from the front window again,
+    // whether or not idle detection is on.
+    bool asleep = desktop_.isDisplayAsleep();
+    if (asleep == displayAsleep_) {
+        return;
+    }
+    if (asleep) {
+        displayAsleep_ = true;
+        enterIdle(clock_.now());
+    } else {
+        wake();
+    }
 }
 
 void ActivityMonitor::checkIdle() {
@@ -170,10 +264,7 @@ void ActivityMonitor::endAnnotationIfAwayLong() {
     if (clock_.now() - *idleSince_ < limit) {
         return;
     }
-    try {
-        database_.endCurrentAnnotation(*idleSince_);
-    } catch (const DatabaseError&) {
-    }
+    write([&] { database_.endCurrentAnnotation(*idleSince_); });
     idleSince_.reset();
 }
 
@@ -196,10 +287,7 @@ void ActivityMonitor::updateCurrentTitle() {
     if (!title) {
         return;
     }
-    try {
-        database_.updateTitle(*currentActivityID_, *title);
-    } catch (const DatabaseError&) {
-    }
+    write([&] { database_.updateTitle(*currentActivityID_, *title); });
 }
 
 }  // namespace kvillo

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
+#include "core/capture/alive_marker.h"
 #include "core/capture/desktop.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
@@ -13,13 +15,18 @@
 namespace kvillo {
 
 // Turns what happens on the desktop into activity rows: at most one row is
-// open, a new one starts whenever another application comes to the front,
-// and the open one ends when the user goes away (no input for a while, a
-// locked screen, sleep), when logging is paused and when the monitor stops.
-// Every five seconds it also reads the front window's title, checks for
-// idleness, ends a pause whose time has come, and ends the open task after
-// a long absence. Settings are read afresh at every event and tick; store
-// errors are ignored (a failed write is retried by the next event).
+// open, a new one starts whenever another application comes to the front
+// (another window of the same one only retitles the row), and the open one
+// ends when the user goes away (no input for a while, a locked screen, a
+// sleeping display or machine), when logging is paused, when the session
+// ends and when the monitor stops. A row never ends before it began. Every
+// five seconds it also reads the front window's title, checks for idleness
+// and display sleep, ends a pause whose time has come, ends the open task
+// after a long absence, and notes that it is alive (see AliveMarker), so
+// the repair after a crash ends the row left open near the crash. Settings
+// are read afresh at every event and tick. A failed write is retried by the
+// next event; whether writing works is reported through
+// onWriteStatusChanged().
 //
 // Threads: every member, every event and every tick runs on one thread (the
 // UI thread). The desktop, clock and timer must outlive the monitor.
@@ -35,6 +42,11 @@ public:
     ~ActivityMonitor();
     ActivityMonitor(const ActivityMonitor&) = delete;
     ActivityMonitor& operator=(const ActivityMonitor&) = delete;
+
+    // Called with the error when writing to the log starts failing, and with
+    // none when it works again; never twice in a row with the same state.
+    using WriteStatusObserver = std::function<void(const std::optional<DatabaseError>&)>;
+    void onWriteStatusChanged(WriteStatusObserver observer);
 
     // Closes rows left open by an earlier run, subscribes to the desktop,
     // starts the tick and records the front application.
@@ -52,23 +64,35 @@ public:
 
 private:
     void handleActivation(const std::optional<FrontApplication>& application);
+    void handleDesktopActivation(const std::optional<FrontApplication>& application);
     void enterIdle(TimePoint since);
+    void wake();
     void tick();
+    void followDisplaySleep();
     void checkIdle();
     void updateCurrentTitle();
     void endAnnotationIfAwayLong();
     void endOpenActivity(TimePoint at);
     std::optional<FrontApplication> front();
+    // Runs a store write, reporting a change of whether writes work.
+    template <typename Write>
+    bool write(Write&& write);
 
     Database& database_;
     const Features& features_;
     Desktop& desktop_;
     const Clock& clock_;
     RepeatingTimer& timer_;
+    AliveMarker aliveMarker_;
+    WriteStatusObserver writeStatusObserver_;
     bool running_ = false;
     bool screenLocked_ = false;
+    bool displayAsleep_ = false;
+    bool writeFailing_ = false;
 
     std::optional<std::int64_t> currentActivityID_;
+    TimePoint currentStart_ = 0;
+    std::optional<FrontApplication> currentApplication_;
     std::optional<std::string> lastTitle_;
     bool isIdle_ = false;
     std::optional<TimePoint> idleSince_;

@@ -19,13 +19,21 @@ struct FrontApplication {
 // What the activity monitor hears from the desktop. Each is called on the
 // monitor's thread; an adapter with nothing to say simply never calls it.
 struct DesktopEvents {
-    // Another application (or none) came to the front.
+    // Another window (or none) came to the front, of this application.
     std::function<void(std::optional<FrontApplication>)> activated;
-    // The machine or the displays are about to sleep.
+    // The machine is about to sleep or shut down; the row must be ended
+    // before the handler returns.
     std::function<void()> willSleep;
+    // The displays went dark (screensaver, DPMS).
+    std::function<void()> displaySlept;
+    // The machine or the displays woke again.
+    std::function<void()> woke;
     // The screen locked (the login window is in front) and unlocked again.
     std::function<void()> locked;
     std::function<void()> unlocked;
+    // The session is gone (a logout, the display server lost): nothing
+    // more will be seen.
+    std::function<void()> ended;
 };
 
 // The platform services the activity monitor needs. Adapters implement it
@@ -38,6 +46,7 @@ public:
     // The focused window's title; none when unreadable or empty.
     virtual std::optional<std::string> windowTitle(const FrontApplication& application) = 0;
     virtual Duration secondsSinceLastInput() = 0;
+    // Asked at every tick too, for displays whose sleep sends no event.
     virtual bool isDisplayAsleep() = 0;
 
     // Starts delivering events to `events` until unsubscribe().

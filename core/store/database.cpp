@@ -39,14 +39,26 @@ namespace {
 
 constexpr int kBusyTimeoutMilliseconds = 5000;
 
+// The schema, then the journal: WAL persists in the file once set.
+const std::string kOpenForWritingText =
+    std::string(Database::kSchema) + "\nPRAGMA journal_mode=WAL;\nPRAGMA synchronous=NORMAL;";
+const char* const kOpenForWriting = kOpenForWritingText.c_str();
+
+// ?1 max duration, ?2 now, ?3 when the recording program was last known
+// to be alive (NULL when unknown).
 constexpr const char* kCloseDangling =
     "UPDATE activities\n"
-    "SET end_time = MIN(\n"
+    "SET end_time = CASE WHEN ?3 > start_time THEN MIN(\n"
+    "    ?3,\n"
+    "    COALESCE((SELECT MIN(b.start_time) FROM activities b WHERE b.start_time > "
+    "activities.start_time), ?3),\n"
+    "    MAX(start_time, ?2))\n"
+    "ELSE MIN(\n"
     "    COALESCE((SELECT MIN(b.start_time) FROM activities b WHERE b.start_time > "
     "activities.start_time),\n"
-    "             start_time + ?),\n"
-    "    start_time + ?,\n"
-    "    MAX(start_time, ?))\n"
+    "             start_time + ?1),\n"
+    "    start_time + ?1,\n"
+    "    MAX(start_time, ?2)) END\n"
     "WHERE end_time IS NULL;";
 
 constexpr const char* kRepairOverlaps =
@@ -156,47 +168,136 @@ Annotation annotationFromRow(const Statement& row) {
     };
 }
 
+enum class Access { readOnly, immutable };
+
+// Opens the file for reading and writing with its schema in place, in WAL
+// mode so that readers in other processes (the bridge, the timesheet
+// command) never wait for the monitor's writes, and with NORMAL syncing,
+// which in WAL mode can lose only the last commits to a power cut, never
+// the file. Gives null and the reason when the file or its folder cannot
+// be written.
+sqlite3* openForWriting(const std::string& path, std::string& failure) {
+    // Every operation holds the store's mutex, so SQLite's own per-call
+    // locking would only be paid for twice.
+    constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    sqlite3* db = nullptr;
+    if (sqlite3_open_v2(path.c_str(), &db, kFlags, nullptr) != SQLITE_OK) {
+        failure = db ? sqlite3_errmsg(db) : "Unknown error";
+        sqlite3_close(db);
+        return nullptr;
+    }
+    sqlite3_busy_timeout(db, kBusyTimeoutMilliseconds);
+    // SQLite quietly opens a write-protected file for reading only.
+    if (sqlite3_db_readonly(db, "main") == 1) {
+        failure = "the file is write-protected";
+        sqlite3_close(db);
+        return nullptr;
+    }
+    char* error = nullptr;
+    if (sqlite3_exec(db, kOpenForWriting, nullptr, nullptr, &error) != SQLITE_OK) {
+        failure = error ? error : sqlite3_errmsg(db);
+        sqlite3_free(error);
+        sqlite3_close(db);
+        return nullptr;
+    }
+    return db;
+}
+
+// A WAL file whose folder cannot be written can still be read whole as an
+// immutable file, which is all a reader needs until writing works again.
+sqlite3* openForReading(const std::string& path, Access access, std::string& failure) {
+    std::string name = path;
+    int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX;
+    if (access == Access::immutable) {
+        name = "file:";
+        for (char c : path) {
+            if (c == '%' || c == '?' || c == '#') {
+                constexpr const char* kHex = "0123456789ABCDEF";
+                name += '%';
+                name += kHex[static_cast<unsigned char>(c) >> 4];
+                name += kHex[c & 0xF];
+            } else {
+                name += c;
+            }
+        }
+        name += "?immutable=1";
+        flags |= SQLITE_OPEN_URI;
+    }
+    sqlite3* db = nullptr;
+    if (sqlite3_open_v2(name.c_str(), &db, flags, nullptr) == SQLITE_OK) {
+        sqlite3_busy_timeout(db, kBusyTimeoutMilliseconds);
+        if (sqlite3_exec(db, "SELECT 1 FROM activities, annotations, projects LIMIT 1;", nullptr,
+                         nullptr, nullptr) == SQLITE_OK) {
+            return db;
+        }
+    }
+    failure = db ? sqlite3_errmsg(db) : "Unknown error";
+    sqlite3_close(db);
+    return nullptr;
+}
+
 }  // namespace
 
 Database::Database(std::string path) : path_(std::move(path)) {
-    // Every operation holds mutex_, so SQLite's own per-call locking would
-    // only be paid for twice.
-    constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-    if (sqlite3_open_v2(path_.c_str(), &db_, kFlags, nullptr) != SQLITE_OK) {
-        std::string message = db_ ? sqlite3_errmsg(db_) : "Unknown error";
-        sqlite3_close(db_);
-        throw DatabaseError(DatabaseError::Kind::openFailed, message);
+    std::string failure;
+    db_ = openForWriting(path_, failure);
+    if (db_) {
+        return;
     }
-    sqlite3_busy_timeout(db_, kBusyTimeoutMilliseconds);
-    char* error = nullptr;
-    if (sqlite3_exec(db_, kSchema, nullptr, nullptr, &error) != SQLITE_OK) {
-        std::string message = error ? error : "Unknown error";
-        sqlite3_free(error);
-        sqlite3_close(db_);
-        throw DatabaseError(DatabaseError::Kind::executionFailed, message);
+    // Writing is out of reach (a write-protected file or folder): reading
+    // is still worth having, so the server can answer.
+    for (Access access : {Access::readOnly, Access::immutable}) {
+        std::string readFailure;
+        if ((db_ = openForReading(path_, access, readFailure))) {
+            readOnlyReason_ = failure;
+            return;
+        }
     }
+    throw DatabaseError(DatabaseError::Kind::openFailed, failure);
 }
 
 Database::~Database() {
     sqlite3_close(db_);
 }
 
-void Database::closeDanglingActivities(Duration maxDuration, TimePoint now) {
+std::optional<std::string> Database::readOnlyReason() {
     std::lock_guard lock(mutex_);
+    return readOnlyReason_;
+}
+
+std::unique_lock<std::mutex> Database::lockForWriting() {
+    std::unique_lock lock(mutex_);
+    if (readOnlyReason_) {
+        std::string failure;
+        if (sqlite3* writable = openForWriting(path_, failure)) {
+            sqlite3_close(db_);
+            db_ = writable;
+            readOnlyReason_.reset();
+        } else {
+            readOnlyReason_ = failure;
+            throw DatabaseError(DatabaseError::Kind::readOnly, failure);
+        }
+    }
+    return lock;
+}
+
+void Database::closeDanglingActivities(Duration maxDuration, TimePoint now,
+                                       std::optional<TimePoint> lastAlive) {
+    auto lock = lockForWriting();
     Statement statement(db_, kCloseDangling);
     statement.bind(1, maxDuration);
-    statement.bind(2, maxDuration);
-    statement.bind(3, now);
+    statement.bind(2, now);
+    statement.bind(3, lastAlive);
     statement.run();
 }
 
 void Database::repairOverlaps() {
-    std::lock_guard lock(mutex_);
+    auto lock = lockForWriting();
     Statement(db_, kRepairOverlaps).run();
 }
 
 std::int64_t Database::insert(const Activity& activity) {
-    std::lock_guard lock(mutex_);
+    auto lock = lockForWriting();
     Statement statement(db_, kInsertActivity);
     statement.bind(1, activity.appName);
     statement.bind(2, activity.bundleID);
@@ -208,7 +309,7 @@ std::int64_t Database::insert(const Activity& activity) {
 }
 
 void Database::updateEndTime(std::int64_t id, TimePoint endTime) {
-    std::lock_guard lock(mutex_);
+    auto lock = lockForWriting();
     Statement statement(db_, kUpdateEndTime);
     statement.bind(1, endTime);
     statement.bind(2, id);
@@ -216,7 +317,7 @@ void Database::updateEndTime(std::int64_t id, TimePoint endTime) {
 }
 
 void Database::updateTitle(std::int64_t id, const std::string& title) {
-    std::lock_guard lock(mutex_);
+    auto lock = lockForWriting();
     Statement statement(db_, kUpdateTitle);
     statement.bind(1, title);
     statement.bind(2, id);
@@ -294,7 +395,7 @@ void Database::endOpenAnnotations(TimePoint at) {
 }
 
 std::int64_t Database::insertAnnotation(const Annotation& annotation) {
-    std::lock_guard lock(mutex_);
+    auto lock = lockForWriting();
     endOpenAnnotations(annotation.startedAt);
     Statement statement(db_, kInsertAnnotation);
     statement.bind(1, annotation.text);
@@ -305,7 +406,7 @@ std::int64_t Database::insertAnnotation(const Annotation& annotation) {
 }
 
 void Database::endCurrentAnnotation(TimePoint at) {
-    std::lock_guard lock(mutex_);
+    auto lock = lockForWriting();
     endOpenAnnotations(at);
 }
 
@@ -358,7 +459,7 @@ std::vector<Project> Database::fetchProjects() {
 }
 
 void Database::saveProject(const std::string& name, const std::vector<std::string>& keywords) {
-    std::lock_guard lock(mutex_);
+    auto lock = lockForWriting();
     Statement statement(db_, kSaveProject);
     statement.bind(1, name);
     statement.bind(2, Project::joinKeywords(keywords));
@@ -366,7 +467,7 @@ void Database::saveProject(const std::string& name, const std::vector<std::strin
 }
 
 bool Database::deleteProject(const std::string& name) {
-    std::lock_guard lock(mutex_);
+    auto lock = lockForWriting();
     Statement statement(db_, kDeleteProject);
     statement.bind(1, name);
     statement.run();

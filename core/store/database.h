@@ -36,9 +36,11 @@ public:
     // "IF NOT EXISTS", so opening an existing file changes nothing.
     static const char* const kSchema;
 
-    // Opens or creates the file and its schema, and waits up to 5 s for
-    // another process's lock rather than failing a write. Throws
-    // DatabaseError(openFailed or executionFailed).
+    // Opens or creates the file and its schema in WAL mode, and waits up to
+    // 5 s for another process's lock rather than failing a write. A file
+    // that can be read but not written (a write-protected file or folder)
+    // is opened for reading; see readOnlyReason(). Throws
+    // DatabaseError(openFailed) when it cannot even be read.
     explicit Database(std::string path);
     ~Database();
     Database(const Database&) = delete;
@@ -46,10 +48,18 @@ public:
 
     const std::string& path() const { return path_; }
 
+    // Why the file is open for reading only (SQLite's words); none while it
+    // can be written. While it is read-only every write first tries to open
+    // it for writing again, so writing resumes once the cause is gone.
+    std::optional<std::string> readOnlyReason();
+
     // Repairs run at start. Every open activity ends at the earliest of the
     // next activity's start, its own start + maxDuration, and max(its start,
-    // now).
-    void closeDanglingActivities(Duration maxDuration, TimePoint now);
+    // now); but when the recording program is known to have been alive
+    // after the activity began (`lastAlive`), at the earliest of that time,
+    // the next activity's start and max(its start, now).
+    void closeDanglingActivities(Duration maxDuration, TimePoint now,
+                                 std::optional<TimePoint> lastAlive = std::nullopt);
     // Cuts back every activity that runs past the next one's start. Open
     // activities are left alone.
     void repairOverlaps();
@@ -87,6 +97,9 @@ public:
     bool deleteProject(const std::string& name);
 
 private:
+    // Takes the mutex for a write, reopening a read-only file for writing
+    // when that has become possible.
+    std::unique_lock<std::mutex> lockForWriting();
     void endOpenAnnotations(TimePoint at);  // caller holds mutex_
     std::vector<Activity> queryActivities(const char* sql, TimePoint from, TimePoint to,
                                           std::optional<int> limit);
@@ -94,8 +107,9 @@ private:
                                              std::optional<int> limit);
 
     std::string path_;
-    sqlite3* db_ = nullptr;
-    std::mutex mutex_;  // held for the whole of each operation
+    sqlite3* db_ = nullptr;                      // guarded by mutex_
+    std::optional<std::string> readOnlyReason_;  // guarded by mutex_
+    std::mutex mutex_;                           // held for the whole of each operation
 };
 
 }  // namespace kvillo

@@ -11,6 +11,8 @@ const char* prefix(DatabaseError::Kind kind) {
             return "Failed to prepare statement: ";
         case DatabaseError::Kind::executionFailed:
             return "Failed to execute statement: ";
+        case DatabaseError::Kind::readOnly:
+            return "The database cannot be written: ";
     }
     return "";
 }

@@ -13,6 +13,7 @@ public:
         openFailed,       // the file cannot be opened
         prepareFailed,    // a statement cannot be prepared; nothing changed
         executionFailed,  // a write did not finish, or the schema failed
+        readOnly,         // the file can be read but not written; nothing changed
     };
 
     DatabaseError(Kind kind, std::string message);

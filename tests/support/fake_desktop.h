@@ -46,6 +46,23 @@ public:
             events_.willSleep();
         }
     }
+    void displaySleep() {
+        displayAsleep = true;
+        if (events_.displaySlept) {
+            events_.displaySlept();
+        }
+    }
+    void wake() {
+        displayAsleep = false;
+        if (events_.woke) {
+            events_.woke();
+        }
+    }
+    void end() {
+        if (events_.ended) {
+            events_.ended();
+        }
+    }
     void lock() {
         if (events_.locked) {
             events_.locked();

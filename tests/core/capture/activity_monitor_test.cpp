@@ -1,18 +1,31 @@
 #include <gtest/gtest.h>
 
+#include <sqlite3.h>
+
 #include "core/capture/activity_monitor.h"
 #include "tests/support/fake_clock.h"
 #include "tests/support/fake_desktop.h"
+#include "tests/support/records.h"
 #include "tests/support/temp_folder.h"
 
 namespace kvillo {
 namespace {
 
+using testing::kHour;
+using testing::kMinute;
 using testing::localTime;
-constexpr double kMinute = 60;
 
 const FrontApplication kEditor{.name = "Code", .bundleID = "code", .processID = 11};
 const FrontApplication kBrowser{.name = "Firefox", .bundleID = "firefox", .processID = 22};
+const FrontApplication kSecondEditor{.name = "Code", .bundleID = "code", .processID = 12};
+
+// Runs SQL on a connection of its own, as another program would.
+void exec(const std::string& path, const char* sql) {
+    sqlite3* side = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &side), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(side, sql, nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(side);
+}
 
 class Monitor : public ::testing::Test {
 protected:
@@ -211,6 +224,116 @@ TEST_F(Monitor, SleepNamelessAppsAndSleepingDisplays) {
     EXPECT_EQ(rows().size(), 1u);
     desktop_.activate(kBrowser);
     EXPECT_EQ(rows().size(), 2u);
+}
+
+TEST_F(Monitor, WindowsOfOneApplicationAreOneRowThatFollowsTheFocusedTitle) {
+    desktop_.front = kEditor;
+    desktop_.titles = {{11, "main.cpp"}, {12, "notes.md"}};
+    monitor_.start();
+    timer_.run(5);
+    clock_.advance(20);
+    desktop_.activate(kSecondEditor);  // the title comes at once, not at the next tick
+    EXPECT_EQ(rows().size(), 1u);
+    EXPECT_EQ(rows()[0].title, "notes.md");
+    desktop_.activate(kEditor);
+    EXPECT_EQ(rows()[0].title, "main.cpp");
+    desktop_.activate(kBrowser);
+    auto all = rows();
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_EQ(all[0].endTime, start_ + 25);
+}
+
+TEST_F(Monitor, UnderTheLockNothingCountsAndNoRowEndsBeforeItBegan) {
+    desktop_.front = kEditor;
+    monitor_.start();
+    clock_.advance(60);
+    desktop_.lock();
+    clock_.advance(60);
+    desktop_.activate(kBrowser);  // a dialog that took the focus under the locker
+    timer_.run(10 * kMinute);
+    EXPECT_EQ(rows().size(), 1u);
+    desktop_.unlock();
+    ASSERT_EQ(rows().size(), 2u);
+
+    // A window that comes up on its own long after the last input: the
+    // absence found at the next tick ends the row where it began.
+    clock_.advance(60);
+    desktop_.idleSeconds = 4 * kMinute;
+    desktop_.activate(kEditor);
+    const double opened = clock_.now();
+    desktop_.idleSeconds = 6 * kMinute;
+    timer_.run(5);
+    ASSERT_EQ(rows().size(), 3u);
+    EXPECT_EQ(rows()[2].startTime, opened);
+    EXPECT_EQ(rows()[2].endTime, opened);
+}
+
+TEST_F(Monitor, ASleepingDisplayEndsTheRowAndWakingStartsOneWithoutIdleDetection) {
+    features_.set(Features::Key::idleDetection, false);
+    desktop_.front = kEditor;
+    monitor_.start();
+    // DPMS says nothing: the tick finds the display asleep.
+    clock_.advance(60);
+    desktop_.displayAsleep = true;
+    timer_.run(5);
+    EXPECT_EQ(rows()[0].endTime, start_ + 65);
+    timer_.run(kHour);
+    desktop_.displayAsleep = false;
+    timer_.run(5);
+    ASSERT_EQ(rows().size(), 2u);
+    EXPECT_EQ(rows()[1].startTime, clock_.now());
+
+    // A screensaver says so at the moment.
+    clock_.advance(2);
+    desktop_.displaySleep();
+    EXPECT_EQ(rows()[1].endTime, clock_.now());
+    timer_.run(kHour);
+    desktop_.wake();
+    ASSERT_EQ(rows().size(), 3u);
+    EXPECT_EQ(rows()[2].startTime, clock_.now());
+
+    // The end of the session ends the row and the ticks.
+    clock_.advance(30);
+    desktop_.end();
+    EXPECT_EQ(rows()[2].endTime, clock_.now());
+    EXPECT_FALSE(timer_.running());
+}
+
+TEST_F(Monitor, ALeftoverRowEndsWhenTheProgramWasLastAlive) {
+    desktop_.front = kEditor;
+    monitor_.start();
+    timer_.run(10 * kMinute);
+    // Noted while recording, never more than a minute behind.
+    auto alive = AliveMarker(db_.path()).read();
+    ASSERT_TRUE(alive);
+    EXPECT_GE(*alive, clock_.now() - AliveMarker::kInterval);
+
+    // A crash: the row stays open, and the next start comes two hours on.
+    testing::FakeClock later(clock_.now() + 2 * kHour);
+    testing::FakeTimer timer(later);
+    desktop_.front.reset();
+    ActivityMonitor next(db_, features_, desktop_, later, timer);
+    next.start();
+    EXPECT_EQ(rows()[0].endTime, *alive);
+    monitor_.stop();
+}
+
+TEST_F(Monitor, SaysOnceWhenTheLogCannotBeWrittenAndOnceWhenItCanAgain) {
+    std::vector<std::optional<std::string>> reports;
+    monitor_.onWriteStatusChanged([&](const std::optional<DatabaseError>& error) {
+        reports.push_back(error ? std::optional(error->message()) : std::nullopt);
+    });
+    exec(db_.path(),
+         "CREATE TRIGGER refuse BEFORE INSERT ON activities "
+         "BEGIN SELECT RAISE(ABORT, 'disk says no'); END;");
+    desktop_.front = kEditor;
+    monitor_.start();
+    desktop_.activate(kBrowser);
+    EXPECT_EQ(reports, (std::vector<std::optional<std::string>>{"disk says no"}));
+    exec(db_.path(), "DROP TRIGGER refuse;");
+    desktop_.activate(kEditor);
+    EXPECT_EQ(rows().size(), 1u);
+    EXPECT_EQ(reports, (std::vector<std::optional<std::string>>{"disk says no", std::nullopt}));
 }
 
 }  // namespace

@@ -1,8 +1,14 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
+#include <csignal>
 #include <ctime>
+#include <functional>
 #include <thread>
 
 #include "core/store/database.h"
@@ -41,6 +47,22 @@ void expectError(Action action, Kind kind, const char* what) {
     }
 }
 
+// Runs `body` in a child process and gives its exit status; the child ends
+// with the code `body` returns. Another process is what the store must
+// share its file with (the bridge, the timesheet command).
+pid_t startChild(const std::function<int()>& body) {
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        ::_exit(body());
+    }
+    return pid;
+}
+int exitStatus(pid_t pid) {
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 // One field of every row, to compare query results at once.
 template <typename Record, typename Field>
 std::vector<Field> column(const std::vector<Record>& rows, Field Record::*field) {
@@ -74,8 +96,8 @@ TEST(DatabaseOpen, UnusableFilesFailWithTypedErrors) {
                 "Failed to open database: unable to open database file");
 
     testing::writeFile(folder.file("garbage.db"), std::string(4096, 'x'));
-    expectError([&] { Database db(folder.file("garbage.db")); }, Kind::executionFailed,
-                "Failed to execute statement: file is not a database");
+    expectError([&] { Database db(folder.file("garbage.db")); }, Kind::openFailed,
+                "Failed to open database: file is not a database");
 
     // Every table is "IF NOT EXISTS", so a foreign one of the same name stays.
     exec(folder.file("foreign.db"), "CREATE TABLE projects (id INTEGER PRIMARY KEY, title TEXT);");
@@ -212,14 +234,40 @@ TEST_F(DatabaseTest, ProjectsAreUniqueWithoutRegardToCase) {
 }
 
 TEST_F(DatabaseTest, DanglingActivitiesCloseAtTheEarliestSensibleEnd) {
-    double now = 100 * kHour;
-    db_.insert(act("Crashed", now - 10 * kHour, std::nullopt));
-    db_.insert(act("Followed", now - 5 * kHour, std::nullopt));
-    db_.insert(act("Next", now - 5 * kHour + 10 * kMinute, now - 4 * kHour));
-    db_.insert(act("Recent", now - 5 * kMinute, std::nullopt));
-    db_.closeDanglingActivities(30 * kMinute, now);
-    EXPECT_EQ(ends(), (Ends{now - 10 * kHour + 30 * kMinute, now - 5 * kHour + 10 * kMinute,
-                            now - 4 * kHour, now}));
+    const double now = 100 * kHour;
+    const double crashed = now - 10 * kHour;
+    struct Row {
+        const char* name;
+        std::optional<double> lastAlive;
+        Ends expected;
+    };
+    // "Crashed" is open with nothing after it for a while, "Followed" is
+    // open until "Next" began, "Recent" began five minutes ago.
+    const Row rows[] = {
+        {"no sign of life: half an hour at most",
+         std::nullopt,
+         {crashed + 30 * kMinute, now - 5 * kHour + 10 * kMinute, now - 4 * kHour, now}},
+        {"alive two hours after the crashed row began",
+         crashed + 2 * kHour,
+         {crashed + 2 * kHour, now - 5 * kHour + 10 * kMinute, now - 4 * kHour, now}},
+        {"alive long after: never past the next row, nor now",
+         now - 2 * kMinute,
+         {now - 5 * kHour, now - 5 * kHour + 10 * kMinute, now - 4 * kHour, now - 2 * kMinute}},
+        {"alive before every row began: as without",
+         crashed - kHour,
+         {crashed + 30 * kMinute, now - 5 * kHour + 10 * kMinute, now - 4 * kHour, now}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        testing::TempFolder folder;
+        Database db(folder.file("activities.db"));
+        db.insert(act("Crashed", crashed, std::nullopt));
+        db.insert(act("Followed", now - 5 * kHour, std::nullopt));
+        db.insert(act("Next", now - 5 * kHour + 10 * kMinute, now - 4 * kHour));
+        db.insert(act("Recent", now - 5 * kMinute, std::nullopt));
+        db.closeDanglingActivities(30 * kMinute, now, row.lastAlive);
+        EXPECT_EQ(column(db.fetchActivities(0, 4e9), &Activity::endTime), row.expected);
+    }
 }
 
 TEST_F(DatabaseTest, OverlapsAreCutBackButOpenRowsStayOpen) {
@@ -284,6 +332,122 @@ TEST_F(DatabaseTest, TwoThreadsShareTheConnectionWithoutErrorsOrLostRows) {
         EXPECT_EQ(a.endTime, a.startTime + 0.5);
     }
     EXPECT_EQ(db_.fetchAnnotations(0, 1e6).size(), 2u * kPerThread);
+}
+
+TEST_F(DatabaseTest, OtherProcessesReadAndWriteBesideAnOpenTransaction) {
+    db_.insert(act("Committed", 1000, 1001));
+    sqlite3* writer = nullptr;
+    ASSERT_EQ(sqlite3_open(path_.c_str(), &writer), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(writer,
+                           "BEGIN IMMEDIATE; INSERT INTO activities (app_name, start_time) "
+                           "VALUES ('Uncommitted', 2000);",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    EXPECT_EQ(exitStatus(startChild([&] {
+                  auto rows = Database(path_).fetchActivities(0, 1e6);
+                  return rows.size() == 1 && rows[0].appName == "Committed" ? 0 : 1;
+              })),
+              0);
+    sqlite3_exec(writer, "COMMIT;", nullptr, nullptr, nullptr);
+
+    // A reader in the middle of a long read (an export, say) holds its
+    // snapshot; the monitor's write goes through at once, not after it.
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    pid_t reader = startChild([&] {
+        sqlite3* db = nullptr;
+        sqlite3_open(path_.c_str(), &db);
+        sqlite3_exec(db, "BEGIN; SELECT count(*) FROM activities;", nullptr, nullptr, nullptr);
+        [[maybe_unused]] auto written = ::write(ready[1], "r", 1);
+        ::pause();
+        return 0;
+    });
+    char byte = 0;
+    ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+    EXPECT_NO_THROW(db_.insert(act("WhileRead", 3000, 3001)));
+    ::kill(reader, SIGKILL);
+    exitStatus(reader);
+    sqlite3_close(writer);
+    EXPECT_EQ(names(db_.fetchActivities(0, 1e6)), (Names{"Committed", "Uncommitted", "WhileRead"}));
+}
+
+TEST(DatabaseCrash, KillingTheWriterMidWriteLeavesASoundFile) {
+    testing::TempFolder folder;
+    std::string path = folder.file("activities.db");
+    Database(path).fetchProjects();
+    pid_t writer = startChild([&] {
+        Database db(path);
+        for (int i = 0;; ++i) {
+            auto id = db.insert(act("Busy", i, std::nullopt));
+            db.updateTitle(id, std::string(500, 'x'));
+            db.updateEndTime(id, i + 0.5);
+        }
+        return 0;
+    });
+    Database reader(path);
+    while (reader.fetchActivities(0, 1e9).size() < 300) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    ::kill(writer, SIGKILL);
+    exitStatus(writer);
+
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
+    sqlite3_stmt* check = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(db, "PRAGMA integrity_check;", -1, &check, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_step(check), SQLITE_ROW);
+    EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)), "ok");
+    sqlite3_finalize(check);
+    sqlite3_close(db);
+    EXPECT_GE(Database(path).fetchActivities(0, 1e9).size(), 300u);
+}
+
+// File modes stop nobody as root, so the store is then used by another
+// user, as it would be by a user whose file is write-protected.
+TEST(DatabaseReadOnly, AProtectedLogIsReadAndWrittenAgainOnceFreed) {
+    testing::TempFolder folder;
+    ::chmod(folder.path().c_str(), 0755);
+    std::string data = folder.file("data");
+    ::mkdir(data.c_str(), 0755);
+    std::string path = data + "/activities.db";
+    Database(path).insert(act("Before", 1000, 1001));
+    ::chmod(path.c_str(), 0444);
+    ::chmod(data.c_str(), 0555);
+
+    int asked[2], freed[2];
+    ASSERT_EQ(::pipe(asked), 0);
+    ASSERT_EQ(::pipe(freed), 0);
+    pid_t user = startChild([&] {
+        if (::geteuid() == 0 && ::setuid(65534) != 0) {
+            return 10;
+        }
+        Database db(path);
+        if (!db.readOnlyReason() || db.fetchActivities(0, 1e6).size() != 1) {
+            return 11;
+        }
+        try {
+            db.insert(act("Refused", 2000, 2001));
+            return 12;
+        } catch (const DatabaseError& error) {
+            if (error.kind() != DatabaseError::Kind::readOnly) {
+                return 13;
+            }
+        }
+        char byte = 0;
+        [[maybe_unused]] auto written = ::write(asked[1], "?", 1);
+        if (::read(freed[0], &byte, 1) != 1) {
+            return 14;
+        }
+        db.insert(act("After", 3000, 3001));
+        return db.readOnlyReason() ? 15 : 0;
+    });
+    char byte = 0;
+    ASSERT_EQ(::read(asked[0], &byte, 1), 1);
+    ::chmod(path.c_str(), 0666);
+    ::chmod(data.c_str(), 0777);
+    ASSERT_EQ(::write(freed[1], "!", 1), 1);
+    EXPECT_EQ(exitStatus(user), 0) << "10 setuid, 11 open/read, 12-13 refusal, 15 reopen";
+    EXPECT_EQ(names(Database(path).fetchActivities(0, 1e6)), (Names{"Before", "After"}));
 }
 
 }  // namespace
