@@ -3,6 +3,9 @@
 #include <asio.hpp>
 
 #include <array>
+#include <chrono>
+#include <future>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -33,7 +36,7 @@ public:
         : options_(options), dispatcher_(database, features, clock), handler_(dispatcher_) {}
 
     void start();
-    void stop();
+    bool stop(std::optional<std::chrono::milliseconds> grace);
     std::uint16_t boundPort() const { return boundPort_; }
     const std::vector<std::string>& unavailable() const { return unavailable_; }
 
@@ -49,6 +52,7 @@ private:
     asio::io_context io_;
     std::vector<std::unique_ptr<tcp::acceptor>> acceptors_;
     std::thread thread_;
+    std::future<void> finished_;  // ready once the thread has nothing left to run
     std::uint16_t boundPort_ = 0;
     std::vector<std::string> unavailable_;
 };
@@ -208,7 +212,12 @@ void McpServer::Impl::start() {
     for (auto& acceptor : acceptors_) {
         accept(*acceptor);
     }
-    thread_ = std::thread([this] { io_.run(); });
+    std::promise<void> finished;
+    finished_ = finished.get_future();
+    thread_ = std::thread([this, finished = std::move(finished)]() mutable {
+        io_.run();
+        finished.set_value();
+    });
 }
 
 void McpServer::Impl::accept(tcp::acceptor& acceptor) {
@@ -235,9 +244,9 @@ void McpServer::Impl::accept(tcp::acceptor& acceptor) {
     });
 }
 
-void McpServer::Impl::stop() {
+bool McpServer::Impl::stop(std::optional<std::chrono::milliseconds> grace) {
     if (!thread_.joinable()) {
-        return;
+        return true;
     }
     asio::post(io_, [this] {
         for (auto& acceptor : acceptors_) {
@@ -246,7 +255,12 @@ void McpServer::Impl::stop() {
         }
         io_.stop();
     });
+    // The stop runs only once the request in progress has been answered.
+    if (grace && finished_.wait_for(*grace) != std::future_status::ready) {
+        return false;
+    }
     thread_.join();
+    return true;
 }
 
 McpServer::McpServer(Database& database, const Features& features, const Clock& clock,
@@ -274,7 +288,11 @@ void McpServer::start() {
 }
 
 void McpServer::stop() {
-    impl_->stop();
+    impl_->stop(std::nullopt);
+}
+
+bool McpServer::stopWithin(std::chrono::milliseconds grace) {
+    return impl_->stop(grace);
 }
 
 }  // namespace kvillo

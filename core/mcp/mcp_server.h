@@ -56,9 +56,15 @@ public:
     // port is taken, say); the rest of the program runs on without it.
     void start();
 
-    // Stops listening and serving; connections still open are dropped.
-    // Safe to call twice, or without start().
+    // Stops listening and serving; connections still open are dropped. A
+    // request already running is answered first. Safe to call twice, or
+    // without start().
     void stop();
+    // As stop(), but gives up waiting for a running request after `grace`
+    // and returns false; the server's thread then still uses the database
+    // and features until that request ends, and destroying the server waits
+    // for it.
+    bool stopWithin(std::chrono::milliseconds grace);
 
 private:
     class Impl;

@@ -1,5 +1,6 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -224,6 +225,33 @@ TEST_F(Server, APortTakenOnBothAddressesFailsTheStartAndStoppingIsAlwaysSafe) {
     second.stop();  // safe without a start
     server_.stop();
     server_.stop();  // and twice
+}
+
+TEST_F(Server, StoppingGivesUpOnARequestThatHangs) {
+    // Another program holds the write lock, so a write on the store's one
+    // connection waits out the busy timeout, and the request behind it,
+    // which needs the same connection, hangs as long.
+    sqlite3* other = nullptr;
+    ASSERT_EQ(sqlite3_open(db_.path().c_str(), &other), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE;", nullptr, nullptr, nullptr), SQLITE_OK);
+    auto write = std::async(std::launch::async, [&] {
+        try {
+            db_.insert(testing::act("Waiting", 1000, 1001));
+        } catch (const DatabaseError&) {
+        }
+    });
+    std::this_thread::sleep_for(100ms);
+    auto answer = std::async(std::launch::async, [&] {
+        return exchange(port(), post(R"({"jsonrpc":"2.0","id":1,"method":"tools/call",)"
+                                     R"("params":{"name":"get_activities","arguments":{}}})"));
+    });
+    std::this_thread::sleep_for(200ms);
+    EXPECT_FALSE(server_.stopWithin(300ms));
+    sqlite3_exec(other, "ROLLBACK;", nullptr, nullptr, nullptr);
+    sqlite3_close(other);
+    write.get();
+    EXPECT_EQ(answer.get().substr(0, 15), "HTTP/1.1 200 OK");  // the request still ends well
+    server_.stop();
 }
 
 }  // namespace
