@@ -1,5 +1,6 @@
 #include "tests/support/x_server.h"
 
+#include <csignal>
 #include <cstdlib>
 
 namespace kvillo::testing {
@@ -18,6 +19,9 @@ bool rootHas(const char* property) {
 }  // namespace
 
 XServer::XServer() {
+    if (const char* display = std::getenv("DISPLAY")) {
+        previousDisplay_ = display;
+    }
     // Xvfb picks a free display and writes its number to standard output.
     xvfb_ = std::make_unique<ChildProcess>(std::vector<std::string>{
         "Xvfb", "-displayfd", "1", "-noreset", "-screen", "0", "640x480x24", "-nolisten", "tcp"});
@@ -44,9 +48,33 @@ XServer::XServer() {
 }
 
 XServer::~XServer() {
+    resumeWindowManager();
     windowManager_.reset();
     xvfb_.reset();
-    ::unsetenv("DISPLAY");
+    if (previousDisplay_) {
+        ::setenv("DISPLAY", previousDisplay_->c_str(), 1);
+    } else {
+        ::unsetenv("DISPLAY");
+    }
+}
+
+void XServer::pauseWindowManager() {
+    if (windowManager_) {
+        windowManager_->signal(SIGSTOP);
+    }
+}
+
+void XServer::resumeWindowManager() {
+    if (windowManager_) {
+        windowManager_->signal(SIGCONT);
+    }
+}
+
+void XServer::kill() {
+    if (xvfb_) {
+        xvfb_->signal(SIGKILL);
+        xvfb_->wait(kStartTimeout);
+    }
 }
 
 bool XServer::activate(const std::string& windowID) {
