@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QObject>
 
 #include <algorithm>
@@ -138,6 +139,50 @@ TEST_F(X11, ActivationsArriveAsEventsOncePerSwitch) {
     EXPECT_EQ(changes, 1);
 }
 
+// The program in front exits while the window manager is too slow to say so:
+// _NET_ACTIVE_WINDOW still names the destroyed window.
+TEST_F(X11, AClosedProgramIsNotInFront) {
+    X11Session session;
+    ChildProcess doomed({"/usr/bin/python3", std::string(SOURCE_DIR) + "/make_windows.py",
+                         "doomed|Doomed|Last words|net|4646"});
+    ASSERT_TRUE(
+        eventually([&] { return doomed.standardOutput().find('\n') != std::string::npos; }, 30s))
+        << doomed.standardError();
+    std::string id = doomed.standardOutput().substr(0, doomed.standardOutput().find('\n'));
+    ASSERT_TRUE(XServer::waitUntilManaged(id));
+    ASSERT_TRUE(XServer::activate(id));
+    ASSERT_EQ(session.frontApplication().value_or(FrontApplication{}).processID, 4646);
+    int changes = 0;
+    QObject::connect(&session, &X11Session::activeWindowChanged, [&] { ++changes; });
+    testing::processEventsUntil([&] { return changes > 0; }, 2s);  // the activation's own
+    changes = 0;
+
+    auto activeWindowIsTheDeadOne = [&] {
+        return testing::runProcess({"xprop", "-root", "_NET_ACTIVE_WINDOW"})
+                   .output.find(id.substr(2)) != std::string::npos;
+    };
+    server_->pauseWindowManager();
+    struct Resume {
+        ~Resume() { server_->resumeWindowManager(); }  // for the later tests, should this fail
+    } resume;
+    doomed.signal(SIGKILL);
+    doomed.wait(10s);
+    ASSERT_TRUE(eventually(
+        [&] {
+            return testing::runProcess({"xwininfo", "-id", id}).status != 0;
+        },
+        10s));
+    ASSERT_TRUE(activeWindowIsTheDeadOne());
+    // Before any event is read: the query itself learns of the destruction.
+    EXPECT_FALSE(session.frontApplication());
+    EXPECT_FALSE(session.activeWindowTitle());
+    EXPECT_TRUE(testing::processEventsUntil([&] { return changes == 1; }, 2s));
+
+    server_->resumeWindowManager();
+    ASSERT_TRUE(eventually([&] { return !activeWindowIsTheDeadOne(); }, 10s));
+    EXPECT_NE(session.frontApplication().value_or(FrontApplication{}).processID, 4646);
+}
+
 TEST_F(X11, IdleTimeGrowsAndInputResetsIt) {
     X11Session session;
     testing::runProcess({"xdotool", "mousemove", "10", "10"});
@@ -145,6 +190,62 @@ TEST_F(X11, IdleTimeGrowsAndInputResetsIt) {
     double idle = session.secondsSinceLastInput();
     testing::runProcess({"xdotool", "mousemove", "50", "60"});
     EXPECT_LT(session.secondsSinceLastInput(), idle);
+}
+
+// What `xset s activate` and `xset s reset` do, without needing xset.
+bool forceScreenSaver(const std::string& mode) {
+    return testing::runProcess({"/usr/bin/python3", "-c",
+                                "from Xlib import display, X\n"
+                                "d = display.Display()\n"
+                                "d.force_screen_saver(X.ScreenSaver" +
+                                    mode + ")\nd.sync()\n"})
+               .status == 0;
+}
+
+// The server repeats On and Off when forced to a state it is already in;
+// only changes come through.
+TEST_F(X11, TheScreenSaverSendsDisplaySleep) {
+    X11Session session;
+    std::vector<bool> changes;
+    QObject::connect(&session, &X11Session::displaySleepChanged,
+                     [&](bool asleep) { changes.push_back(asleep); });
+    const struct {
+        const char* command;
+        std::vector<bool> changes;
+    } steps[] = {
+        {"Active", {true}},
+        {"Active", {true}},
+        {"Reset", {true, false}},
+        {"Reset", {true, false}},
+    };
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.command);
+        ASSERT_TRUE(forceScreenSaver(step.command));
+        testing::processEventsUntil([&] { return changes == step.changes; }, 2s);
+        // A round trip on the session's connection brings in any notify the
+        // server sent before it, repeats included.
+        EXPECT_EQ(session.isDisplayAsleep(), step.changes.back());
+        QCoreApplication::processEvents();
+        EXPECT_EQ(changes, step.changes);
+    }
+}
+
+TEST_F(X11, ALostServerIsReportedOnceAndAnswersNothing) {
+    XServer doomed;  // its own, so the other tests keep theirs
+    ASSERT_EQ(doomed.error(), "");
+    X11Session session;
+    ASSERT_TRUE(session.isConnected());
+    int losses = 0;
+    QObject::connect(&session, &X11Session::connectionLost, [&] { ++losses; });
+    doomed.kill();
+    EXPECT_TRUE(testing::processEventsUntil([&] { return losses > 0; }, 5s));
+    EXPECT_FALSE(session.isConnected());
+    EXPECT_FALSE(session.frontApplication());
+    EXPECT_FALSE(session.activeWindowTitle());
+    EXPECT_EQ(session.secondsSinceLastInput(), 0);
+    EXPECT_FALSE(session.isDisplayAsleep());
+    testing::processEventsFor(200ms);
+    EXPECT_EQ(losses, 1);
 }
 
 TEST_F(X11, HeadlessKvilloRecordsTheWindowsForReal) {
