@@ -2,9 +2,12 @@
 
 #include <QDBusConnection>
 #include <QDBusInterface>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusReply>
+#include <QDBusUnixFileDescriptor>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace kvillo {
@@ -19,10 +22,19 @@ const QString kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
 }  // namespace
 
 SessionWatcher::SessionWatcher(QObject* parent) : QObject(parent) {
+    // The slot below names this type only by name in this class's meta
+    // object; QtDBus finds it there once it is registered.
+    qRegisterMetaType<QDBusObjectPath>();
     QDBusConnection system = QDBusConnection::systemBus();
     if (system.isConnected()) {
-        system.connect(kLogin, kLoginPath, kManager, QStringLiteral("PrepareForSleep"), this,
-                       SLOT(prepareForSleep(bool)));
+        // Shutdown and sleep look alike from here: both end the open
+        // activity, and a cancelled shutdown is a wake-up.
+        for (const char* signal : {"PrepareForSleep", "PrepareForShutdown"}) {
+            system.connect(kLogin, kLoginPath, kManager, QString::fromLatin1(signal), this,
+                           SLOT(prepareForSleepOrShutdown(bool)));
+        }
+        system.connect(kLogin, kLoginPath, kManager, QStringLiteral("SessionRemoved"), this,
+                       SLOT(sessionRemoved(QString, QDBusObjectPath)));
         QDBusInterface manager(kLogin, kLoginPath, kManager, system);
         QByteArray sessionID = qgetenv("XDG_SESSION_ID");
         QDBusReply<QDBusObjectPath> session =
@@ -34,6 +46,7 @@ SessionWatcher::SessionWatcher(QObject* parent) : QObject(parent) {
             system.connect(kLogin, sessionPath_, kProperties, QStringLiteral("PropertiesChanged"),
                            this, SLOT(sessionPropertiesChanged(QString, QVariantMap, QStringList)));
         }
+        takeInhibitor();
     }
     QDBusConnection sessionBus = QDBusConnection::sessionBus();
     if (sessionBus.isConnected()) {
@@ -45,10 +58,57 @@ SessionWatcher::SessionWatcher(QObject* parent) : QObject(parent) {
     }
 }
 
-void SessionWatcher::prepareForSleep(bool sleeping) {
-    if (sleeping) {
-        emit willSleep();
+SessionWatcher::~SessionWatcher() {
+    releaseInhibitor();
+}
+
+void SessionWatcher::takeInhibitor() {
+    if (inhibitor_ >= 0) {
+        return;
     }
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(kLogin, kLoginPath, kManager, QStringLiteral("Inhibit"));
+    call << QStringLiteral("sleep:shutdown") << QStringLiteral("Kvillo")
+         << QStringLiteral("Ending the activity being recorded") << QStringLiteral("delay");
+    // Blocking, so that a PrepareForSleep arriving meanwhile is handled only
+    // once the inhibitor is held (or known to be refused).
+    QDBusReply<QDBusUnixFileDescriptor> reply = QDBusConnection::systemBus().call(call);
+    if (reply.isValid() && reply.value().isValid()) {
+        // The reply's descriptor closes with the reply; keep our own.
+        inhibitor_ = ::fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0);
+    }
+}
+
+void SessionWatcher::releaseInhibitor() {
+    if (inhibitor_ >= 0) {
+        ::close(inhibitor_);
+        inhibitor_ = -1;
+    }
+}
+
+void SessionWatcher::prepareForSleepOrShutdown(bool starting) {
+    if (starting) {
+        asleep_ = true;
+        // Receivers are connected directly, so the last write is done when
+        // emit returns and logind may go ahead.
+        emit willSleep();
+        releaseInhibitor();
+    } else {
+        takeInhibitor();
+        // logind sends false only after true; a stray one is no wake-up.
+        if (asleep_) {
+            asleep_ = false;
+            emit woke();
+        }
+    }
+}
+
+void SessionWatcher::sessionRemoved(const QString& /*id*/, const QDBusObjectPath& path) {
+    if (sessionEnded_ || sessionPath_.isEmpty() || path.path() != sessionPath_) {
+        return;
+    }
+    sessionEnded_ = true;
+    emit sessionEnded();
 }
 
 void SessionWatcher::sessionPropertiesChanged(const QString& interface, const QVariantMap& changed,

@@ -11,7 +11,10 @@ namespace kvillo::testing {
 // A private D-Bus daemon standing in for both the session and the system
 // bus (the bus variables point at it for the life of the object), with
 // python3-dbusmock services started on it. Tests that need it carry the
-// CTest label "dbus".
+// CTest label "dbus". Qt connects to each bus once per process and never
+// again, so only the first bus of a process reaches Qt code: CTest runs
+// every test case as its own process, a bare run of a binary with several
+// cases does not work.
 class SessionBus {
 public:
     SessionBus();
