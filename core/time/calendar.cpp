@@ -257,6 +257,23 @@ void reloadTimeZoneFromEnvironment() {
     ++generation;
 }
 
+bool useTimeZone(std::string_view ianaID) {
+    std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(unicode(ianaID)));
+    // ICU answers an unknown id with "Etc/Unknown", which behaves as UTC.
+    if (!zone || *zone == icu::TimeZone::getUnknown()) {
+        return false;
+    }
+    icu::TimeZone::adoptDefault(zone.release());
+    ++generation;
+    return true;
+}
+
+std::string timeZoneID() {
+    std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createDefault());
+    icu::UnicodeString id;
+    return utf8(zone->getID(id));
+}
+
 unsigned zoneGeneration() {
     return generation.load();
 }

@@ -65,8 +65,16 @@ std::string formatSkeleton(TimePoint t, std::string_view skeleton, std::string_v
 // changes TZ while running (tests do) calls this afterwards.
 void reloadTimeZoneFromEnvironment();
 
-// How many times the zone has been reloaded: a date text or calendar made
-// under another number may be in the wrong zone.
+// Makes the zone with this IANA id ("Europe/Oslo") the one all of the above
+// use, from the next call on, in every thread. TZ and libc are left alone.
+// An id ICU does not know is refused: nothing changes and it gives false.
+bool useTimeZone(std::string_view ianaID);
+
+// The id of the zone in use ("Europe/Oslo").
+std::string timeZoneID();
+
+// How many times the zone has been reloaded or replaced: a date text or
+// calendar made under another number may be in the wrong zone.
 unsigned zoneGeneration();
 
 }  // namespace calendar
