@@ -1,5 +1,8 @@
 #include "app/app_delegate.h"
 
+#include <QCoreApplication>
+
+#include <chrono>
 #include <filesystem>
 #include <iostream>
 
@@ -7,6 +10,12 @@
 #include "platform/linux/user_account.h"
 
 namespace kvillo {
+namespace {
+
+// How long quitting waits for an assistant's request in progress.
+constexpr std::chrono::seconds kServerGrace{1};
+
+}  // namespace
 
 AppDelegate::AppDelegate(RunProgram options, GuiModule* gui)
     : options_(options), gui_(gui), paths_(AppPaths::fromEnvironment()) {}
@@ -14,6 +23,9 @@ AppDelegate::AppDelegate(RunProgram options, GuiModule* gui)
 AppDelegate::~AppDelegate() = default;
 
 std::optional<std::string> AppDelegate::launch() {
+    zoneWatcher_ = std::make_unique<TimeZoneWatcher>();
+    zoneFollower_ = std::make_unique<TimeZoneFollower>(*zoneWatcher_);
+
     // An existing folder is fine, and any other failure shows up as the
     // database failing to open, which is reported with its path.
     std::error_code ignored;
@@ -28,7 +40,20 @@ std::optional<std::string> AppDelegate::launch() {
     features_ = std::make_unique<Features>(paths_.settingsFile, fullUserName);
 
     desktop_ = std::make_unique<LinuxDesktop>();
+    // The monitor has ended the row by the time this comes; queued, so the
+    // quit runs after the desktop's own handling.
+    QObject::connect(desktop_.get(), &LinuxDesktop::sessionEnded, QCoreApplication::instance(),
+                     &QCoreApplication::quit, Qt::QueuedConnection);
     monitor_ = std::make_unique<ActivityMonitor>(*database_, *features_, *desktop_, clock_, timer_);
+    monitor_->onWriteStatusChanged([path = paths_.databaseFile](const auto& failure) {
+        if (failure) {
+            std::cerr << "kvillo: the activity log " << path
+                      << " cannot be written, so nothing is recorded: " << failure->message()
+                      << "\n";
+        } else {
+            std::cerr << "kvillo: the activity log can be written again\n";
+        }
+    });
     monitor_->start();
 
     mcpServer_ = std::make_unique<McpServer>(*database_, *features_, clock_,
@@ -50,13 +75,15 @@ std::optional<std::string> AppDelegate::launch() {
     return std::nullopt;
 }
 
-void AppDelegate::shutdown() {
+bool AppDelegate::shutdown() {
+    endRecording();
     if (frontEnd_) {
         frontEnd_->shutdown();
     }
-    if (mcpServer_) {
-        mcpServer_->stop();
-    }
+    return !mcpServer_ || mcpServer_->stopWithin(kServerGrace);
+}
+
+void AppDelegate::endRecording() {
     if (monitor_) {
         monitor_->stop();
     }

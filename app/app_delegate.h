@@ -11,8 +11,10 @@
 #include "core/settings/features.h"
 #include "core/store/database.h"
 #include "core/time/system_clock.h"
+#include "core/time/time_zone_follower.h"
 #include "platform/linux/app_paths.h"
 #include "platform/linux/linux_desktop.h"
+#include "platform/linux/time_zone_watcher.h"
 
 namespace kvillo {
 
@@ -34,10 +36,17 @@ public:
     // and left off.
     std::optional<std::string> launch();
 
-    // The shutdown sequence: the front end comes down, the server stops,
-    // then the monitor, which ends the open activity now. Runs once, just
-    // before the event loop returns.
-    void shutdown();
+    // The shutdown sequence: the monitor ends the open activity now, the
+    // front end comes down, then the server stops, giving a request in
+    // progress a second at most. Runs once, just before the event loop
+    // returns. False when that request was still running: the server's
+    // thread still uses the store, so the caller must end the process
+    // without destroying the delegate.
+    bool shutdown();
+
+    // Ends the open activity now, for an exit that no event loop will see
+    // through (the display server gone, taking the toolkit with it).
+    void endRecording();
 
 private:
     RunProgram options_;
@@ -45,6 +54,9 @@ private:
     AppPaths paths_;
     SystemClock clock_;
     QtRepeatingTimer timer_;
+    // Days are the system zone's days, even after it changed.
+    std::unique_ptr<TimeZoneWatcher> zoneWatcher_;
+    std::unique_ptr<TimeZoneFollower> zoneFollower_;
     std::unique_ptr<Database> database_;
     std::unique_ptr<Features> features_;
     std::unique_ptr<LinuxDesktop> desktop_;

@@ -14,6 +14,18 @@
 
 namespace {
 
+// The delegate while it records, for the exit hook below; null otherwise.
+kvillo::AppDelegate* recordingDelegate = nullptr;
+
+// Qt's X11 layer calls exit() when the X server goes away (a logout), from
+// inside the event loop: no quit, no shutdown sequence. The open activity
+// still ends at that moment.
+void endRecordingAtExit() {
+    if (recordingDelegate) {
+        recordingDelegate->endRecording();
+    }
+}
+
 bool hasGraphicalSession() {
     return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY") ||
            std::getenv("QT_QPA_PLATFORM");
@@ -41,8 +53,9 @@ int runProgram(int& argc, char** argv, kvillo::RunProgram options) {
     QCoreApplication::setApplicationName(QStringLiteral("kvillo"));
 
     // Watch the signals first, so one that arrives while starting still ends
-    // in the orderly shutdown once the event loop runs.
-    kvillo::UnixSignalWatcher signalWatcher({SIGTERM, SIGINT});
+    // in the orderly shutdown once the event loop runs. SIGHUP is the
+    // terminal closing.
+    kvillo::UnixSignalWatcher signalWatcher({SIGTERM, SIGINT, SIGHUP});
     QObject::connect(&signalWatcher, &kvillo::UnixSignalWatcher::received, application.get(),
                      &QCoreApplication::quit);
 
@@ -51,9 +64,21 @@ int runProgram(int& argc, char** argv, kvillo::RunProgram options) {
         std::cerr << *failure << "\n";
         return 1;
     }
+    bool stoppedInTime = true;
     QObject::connect(application.get(), &QCoreApplication::aboutToQuit,
-                     [&delegate] { delegate.shutdown(); });
-    return application->exec();
+                     [&] { stoppedInTime = delegate.shutdown(); });
+    recordingDelegate = &delegate;
+    std::atexit(endRecordingAtExit);
+    int status = application->exec();
+    recordingDelegate = nullptr;
+    if (!stoppedInTime) {
+        // The row is written; an assistant's request still holds the store,
+        // which must not be taken down under it.
+        std::cerr << "kvillo: quit with an MCP request still running\n";
+        std::cerr.flush();
+        std::_Exit(status);
+    }
+    return status;
 }
 
 }  // namespace

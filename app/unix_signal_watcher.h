@@ -9,9 +9,10 @@ class QSocketNotifier;
 
 namespace kvillo {
 
-// Turns SIGTERM and SIGINT into a Qt signal on the main thread, so that a
-// signal runs the same orderly shutdown as quitting from the menu. The
-// handler only writes a byte to a pipe; all work happens in the event loop.
+// Turns the given signals (SIGTERM, SIGINT, SIGHUP) into a Qt signal on the
+// main thread, so that a signal runs the same orderly shutdown as quitting
+// from the menu. The handler only writes a byte to a pipe; all work happens
+// in the event loop.
 // One instance per process.
 class UnixSignalWatcher : public QObject {
     Q_OBJECT

@@ -1,6 +1,7 @@
 #include "platform/linux/linux_desktop.h"
 
 #include <cmath>
+#include <iostream>
 
 namespace kvillo {
 
@@ -17,22 +18,38 @@ LinuxDesktop::LinuxDesktop() {
                 events_.activated(x11_->frontApplication());
             }
         });
+        connect(x11_.get(), &X11Session::displaySleepChanged, this,
+                [this](bool asleep) { send(asleep ? events_.displaySlept : events_.woke); });
+        connect(x11_.get(), &X11Session::connectionLost, this, &LinuxDesktop::endSession);
+    } else if (qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
+        std::cerr << "kvillo: this Wayland session has no X display, so no window can be seen "
+                     "and nothing is recorded; sleep and screen locking are still followed\n";
+    } else {
+        std::cerr << "kvillo: no display to watch, so nothing is recorded\n";
     }
-    connect(&session_, &SessionWatcher::willSleep, this, [this] {
-        if (events_.willSleep) {
-            events_.willSleep();
-        }
-    });
-    connect(&session_, &SessionWatcher::locked, this, [this] {
-        if (events_.locked) {
-            events_.locked();
-        }
-    });
-    connect(&session_, &SessionWatcher::unlocked, this, [this] {
-        if (events_.unlocked) {
-            events_.unlocked();
-        }
-    });
+    // Direct connections: logind's delay on sleep and shutdown lasts only
+    // until these return, and the open row must be written by then.
+    connect(&session_, &SessionWatcher::willSleep, this, [this] { send(events_.willSleep); });
+    connect(&session_, &SessionWatcher::woke, this, [this] { send(events_.woke); });
+    connect(&session_, &SessionWatcher::locked, this, [this] { send(events_.locked); });
+    connect(&session_, &SessionWatcher::unlocked, this, [this] { send(events_.unlocked); });
+    connect(&session_, &SessionWatcher::sessionEnded, this, &LinuxDesktop::endSession);
+}
+
+void LinuxDesktop::send(const std::function<void()>& event) {
+    // A copy: the handler may unsubscribe, which replaces `event`.
+    if (auto handler = event) {
+        handler();
+    }
+}
+
+void LinuxDesktop::endSession() {
+    if (ended_) {
+        return;
+    }
+    ended_ = true;
+    send(events_.ended);
+    emit sessionEnded();
 }
 
 LinuxDesktop::~LinuxDesktop() = default;

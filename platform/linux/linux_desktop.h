@@ -13,8 +13,9 @@
 namespace kvillo {
 
 // The desktop services for a Linux session: windows, idle time and display
-// sleep from X11, sleep and locking from the session bus. Without an X
-// display there is no front application and nothing is recorded.
+// sleep from X11, sleep, shutdown, locking and the session's end from the
+// session and system buses. Without an X display there is no front
+// application and nothing is recorded (it says so on stderr once).
 // Main thread only.
 class LinuxDesktop : public QObject, public Desktop {
     Q_OBJECT
@@ -29,10 +30,20 @@ public:
     void subscribe(DesktopEvents events) override;
     void unsubscribe() override;
 
+signals:
+    // The session is over (logout, the X server gone): nothing more will be
+    // seen, and the program should quit. Comes once, after the monitor's
+    // `ended` event.
+    void sessionEnded();
+
 private:
+    void send(const std::function<void()>& event);
+    void endSession();
+
     std::unique_ptr<X11Session> x11_;  // null without a display
     SessionWatcher session_;
     DesktopEvents events_;
+    bool ended_ = false;
 };
 
 // The tick on the Qt event loop.

@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <regex>
 
+#include <unistd.h>
+
+#include "core/store/database.h"
 #include "tests/support/port_blocker.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
@@ -72,10 +76,13 @@ TEST(Program, UnknownFlagPrintsUsageToStandardErrorAndExitsTwo) {
     EXPECT_NE(result.error.find("Usage: kvillo"), std::string::npos);
 }
 
-TEST(Program, HeadlessStartCreatesTheStoreAndSigtermEndsItCleanly) {
+// What a headless Kvillo says when there is nothing to watch.
+constexpr const char* kNoDisplay = "kvillo: no display to watch, so nothing is recorded\n";
+
+TEST(Program, HeadlessStartCreatesTheStoreAndSignalsEndItCleanly) {
     TempFolder home;
     std::string database = home.file("data/Kvillo/activities.db");
-    for (int signalNumber : {SIGTERM, SIGINT}) {
+    for (int signalNumber : {SIGTERM, SIGINT, SIGHUP}) {
         SCOPED_TRACE(signalNumber);
         ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", "0"},
                             testing::homeEnvironment(home));
@@ -87,7 +94,7 @@ TEST(Program, HeadlessStartCreatesTheStoreAndSigtermEndsItCleanly) {
         EXPECT_EQ(maps.find("libkvillo_gui"), std::string::npos);
         kvillo.signal(signalNumber);
         EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
-        EXPECT_EQ(kvillo.standardError(), "");
+        EXPECT_EQ(kvillo.standardError(), kNoDisplay);
     }
     auto dump = runProcess({"sqlite3", database, ".schema"});
     ASSERT_EQ(dump.status, 0) << dump.error;
@@ -139,11 +146,55 @@ TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {
     ASSERT_TRUE(
         eventually([&] { return kvillo.holdsOpen(home.file("data/Kvillo/activities.db")); }, 10s));
     ASSERT_TRUE(eventually([&] { return !kvillo.standardError().empty(); }, 5s));
+    ASSERT_TRUE(eventually([&] { return kvillo.standardError().size() > strlen(kNoDisplay); }, 5s));
     EXPECT_EQ(kvillo.standardError(),
-              "kvillo: the MCP server is off: cannot listen on localhost port " + port +
-                  ": Address already in use\n");
+              kNoDisplay + ("kvillo: the MCP server is off: cannot listen on localhost port " +
+                            port + ": Address already in use\n"));
     kvillo.signal(SIGTERM);
     EXPECT_EQ(kvillo.wait(10s), 0);
+}
+
+TEST(Program, AWaylandSessionWithoutXSaysWhatItCannotSee) {
+    TempFolder home;
+    auto environment = testing::homeEnvironment(home);
+    environment["WAYLAND_DISPLAY"] = "wayland-kvillo-test";
+    ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", "0"}, environment);
+    ASSERT_TRUE(eventually([&] { return !kvillo.standardError().empty(); }, 10s));
+    kvillo.signal(SIGTERM);
+    EXPECT_EQ(kvillo.wait(10s), 0);
+    EXPECT_EQ(kvillo.standardError(),
+              "kvillo: this Wayland session has no X display, so no window can be seen and "
+              "nothing is recorded; sleep and screen locking are still followed\n");
+}
+
+// As root file modes stop nothing, so the program then runs as another user.
+TEST(Program, AWriteProtectedLogIsSaidOnceAndTheProgramRunsOn) {
+    TempFolder home;
+    std::string folder = home.file("data/Kvillo");
+    std::filesystem::create_directories(folder);
+    Database(folder + "/activities.db").fetchProjects();
+    for (const auto& path : {home.path(), home.file("data")}) {
+        std::filesystem::permissions(path, std::filesystem::perms(0755));
+    }
+    std::filesystem::permissions(folder + "/activities.db", std::filesystem::perms(0444));
+    std::filesystem::permissions(folder, std::filesystem::perms(0555));
+    std::vector<std::string> command = {KVILLO_BINARY, "--headless", "--port", "0"};
+    if (::geteuid() == 0) {
+        command.insert(command.begin(),
+                       {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
+    }
+    ChildProcess kvillo(command, testing::homeEnvironment(home));
+    const std::string said = "kvillo: the activity log " + folder +
+                             "/activities.db cannot be written, so nothing is recorded: ";
+    ASSERT_TRUE(
+        eventually([&] { return kvillo.standardError().find(said) != std::string::npos; }, 10s))
+        << kvillo.standardError();
+    EXPECT_FALSE(kvillo.wait(300ms)) << "it runs on, serving what can be read";
+    kvillo.signal(SIGTERM);
+    EXPECT_EQ(kvillo.wait(10s), 0);
+    std::string error = kvillo.standardError();
+    EXPECT_EQ(error.find(said), error.rfind(said)) << "said more than once: " << error;
+    std::filesystem::permissions(folder, std::filesystem::perms(0755));
 }
 
 TEST(Program, WithoutADisplayTheTrayProgramAsksForHeadless) {

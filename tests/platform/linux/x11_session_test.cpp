@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "core/store/database.h"
+#include "core/time/system_clock.h"
 #include "platform/linux/x11_session.h"
 #include "tests/support/process.h"
 #include "tests/support/qt_events.h"
@@ -278,6 +279,50 @@ TEST_F(X11, HeadlessKvilloRecordsTheWindowsForReal) {
     EXPECT_EQ(recorded[2].appName, "Mystery Tool");
     EXPECT_FALSE(recorded[2].bundleID);
     EXPECT_TRUE(recorded[2].endTime);  // closed at SIGTERM
+}
+
+// A logout takes the X server away under a running Kvillo, headless or in
+// the tray (where Qt's own X layer ends the process): the row ends then, not
+// half an hour later at the next start's repair.
+TEST_F(X11, LosingTheServerEndsTheRowAtOnceInBothModes) {
+    struct Mode {
+        const char* name;
+        std::vector<std::string> arguments;
+    };
+    const Mode modes[] = {{"headless", {"--headless"}}, {"tray", {}}};
+    for (const auto& mode : modes) {
+        SCOPED_TRACE(mode.name);
+        XServer doomed;
+        ASSERT_EQ(doomed.error(), "");
+        ChildProcess window({"/usr/bin/python3", std::string(SOURCE_DIR) + "/make_windows.py",
+                             "exampleeditor|ExampleEditor|main.cpp|net|4242"});
+        ASSERT_TRUE(eventually([&] { return !window.standardOutput().empty(); }, 30s));
+        std::string id = window.standardOutput().substr(0, window.standardOutput().find('\n'));
+        ASSERT_TRUE(XServer::waitUntilManaged(id));
+        ASSERT_TRUE(XServer::activate(id));
+
+        TempFolder home;
+        std::vector<std::string> command = {KVILLO_BINARY, "--port", "0"};
+        command.insert(command.end(), mode.arguments.begin(), mode.arguments.end());
+        auto environment = testing::homeEnvironment(home);
+        environment["DISPLAY"] = std::getenv("DISPLAY");
+        environment["DBUS_SESSION_BUS_ADDRESS"] = "";
+        ChildProcess kvillo(command, environment);
+        std::string database = home.file("data/Kvillo/activities.db");
+        ASSERT_TRUE(eventually([&] { return kvillo.holdsOpen(database); }, 10s))
+            << kvillo.standardError();
+        auto rows = [&] { return Database(database).fetchActivities(0, 4e9); };
+        ASSERT_TRUE(eventually([&] { return rows().size() == 1; }, 10s));
+
+        double lost = SystemClock().now();
+        doomed.kill();
+        ASSERT_TRUE(kvillo.wait(10s)) << "still running without its display";
+        auto recorded = rows();
+        ASSERT_EQ(recorded.size(), 1u);
+        ASSERT_TRUE(recorded[0].endTime) << kvillo.standardError();
+        EXPECT_GE(*recorded[0].endTime, lost - 1);
+        EXPECT_LE(*recorded[0].endTime, lost + 5);
+    }
 }
 
 }  // namespace
