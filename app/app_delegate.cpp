@@ -17,8 +17,12 @@ constexpr std::chrono::seconds kServerGrace{1};
 
 }  // namespace
 
-AppDelegate::AppDelegate(RunProgram options, GuiModule* gui)
-    : options_(options), gui_(gui), paths_(AppPaths::fromEnvironment()) {}
+AppDelegate::AppDelegate(RunProgram options, GuiModule* gui,
+                         std::unique_ptr<InstanceLock> instanceLock)
+    : options_(options),
+      gui_(gui),
+      instanceLock_(std::move(instanceLock)),
+      paths_(AppPaths::fromEnvironment()) {}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -72,10 +76,34 @@ std::optional<std::string> AppDelegate::launch() {
             LiveObjects{*database_, *features_, *monitor_, *mcpServer_, clock_, paths_});
         frontEnd_->show();
     }
+    serveLaterStarts();
     return std::nullopt;
 }
 
+// Tells a later start of Kvillo where the server listens, and lets it ask
+// for the front end.
+void AppDelegate::serveLaterStarts() {
+    if (!instanceLock_) {
+        return;
+    }
+    if (mcpServer_->boundPort() != 0) {
+        if (auto problem = instanceLock_->publishMcpPort(mcpServer_->boundPort())) {
+            std::cerr << "kvillo: " << *problem << "\n";
+        }
+    }
+    if (frontEnd_) {
+        QObject::connect(instanceLock_.get(), &InstanceLock::showRequested, instanceLock_.get(),
+                         [this] { frontEnd_->show(); });
+    }
+    if (auto problem = instanceLock_->listenForShowRequests()) {
+        std::cerr << "kvillo: " << *problem << "\n";
+    }
+}
+
 bool AppDelegate::shutdown() {
+    if (instanceLock_) {
+        QObject::disconnect(instanceLock_.get(), &InstanceLock::showRequested, nullptr, nullptr);
+    }
     endRecording();
     if (frontEnd_) {
         frontEnd_->shutdown();

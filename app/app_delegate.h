@@ -13,6 +13,7 @@
 #include "core/time/system_clock.h"
 #include "core/time/time_zone_follower.h"
 #include "platform/linux/app_paths.h"
+#include "platform/linux/instance_lock.h"
 #include "platform/linux/linux_desktop.h"
 #include "platform/linux/time_zone_watcher.h"
 
@@ -25,7 +26,10 @@ namespace kvillo {
 class AppDelegate {
 public:
     // `gui` makes the front end; null runs without one (--headless).
-    AppDelegate(RunProgram options, GuiModule* gui);
+    // `instanceLock`, when there is one, is held until everything else has
+    // gone; launch() publishes the server's port and takes show requests
+    // through it.
+    AppDelegate(RunProgram options, GuiModule* gui, std::unique_ptr<InstanceLock> instanceLock);
     ~AppDelegate();
 
     // The launch sequence: data folder, database, settings, activity
@@ -49,8 +53,11 @@ public:
     void endRecording();
 
 private:
+    void serveLaterStarts();
+
     RunProgram options_;
     GuiModule* gui_;
+    std::unique_ptr<InstanceLock> instanceLock_;  // first, so let go after the database closes
     AppPaths paths_;
     SystemClock clock_;
     QtRepeatingTimer timer_;

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 #include "app/app_delegate.h"
 #include "app/command_line.h"
@@ -11,6 +12,7 @@
 #include "app/timesheet_command.h"
 #include "app/unix_signal_watcher.h"
 #include "core/time/system_clock.h"
+#include "platform/linux/instance_lock.h"
 
 namespace {
 
@@ -31,7 +33,36 @@ bool hasGraphicalSession() {
            std::getenv("QT_QPA_PLATFORM");
 }
 
+// Takes the lock that keeps one recording copy per data folder. Gives the
+// exit status when another copy holds it (a tray start asks that one to
+// show itself); a lock that cannot be taken is reported and recording goes
+// on without it.
+std::optional<int> takeInstanceLock(const kvillo::RunProgram& options,
+                                    std::unique_ptr<kvillo::InstanceLock>& lock) {
+    auto outcome = kvillo::InstanceLock::acquire(kvillo::AppPaths::fromEnvironment().dataFolder);
+    if (auto* running = std::get_if<kvillo::RunningInstance>(&outcome)) {
+        if (!options.headless) {
+            running->requestShow();
+        }
+        std::cerr << "kvillo: " << running->describe() << "\n";
+        return 0;
+    }
+    if (auto* error = std::get_if<kvillo::InstanceLockError>(&outcome)) {
+        std::cerr << "kvillo: " << error->message << "; running without the single-copy lock\n";
+        return std::nullopt;
+    }
+    lock = std::move(std::get<std::unique_ptr<kvillo::InstanceLock>>(outcome));
+    return std::nullopt;
+}
+
 int runProgram(int& argc, char** argv, kvillo::RunProgram options) {
+    // Before anything else is built, so that a second copy leaves the
+    // database, the settings and the GUI module alone.
+    std::unique_ptr<kvillo::InstanceLock> instanceLock;
+    if (auto status = takeInstanceLock(options, instanceLock)) {
+        return *status;
+    }
+
     std::unique_ptr<QCoreApplication> application;
     kvillo::GuiModule* gui = nullptr;
     if (options.headless) {
@@ -59,7 +90,7 @@ int runProgram(int& argc, char** argv, kvillo::RunProgram options) {
     QObject::connect(&signalWatcher, &kvillo::UnixSignalWatcher::received, application.get(),
                      &QCoreApplication::quit);
 
-    kvillo::AppDelegate delegate(options, gui);
+    kvillo::AppDelegate delegate(options, gui, std::move(instanceLock));
     if (auto failure = delegate.launch()) {
         std::cerr << *failure << "\n";
         return 1;

@@ -197,6 +197,49 @@ TEST(Program, AWriteProtectedLogIsSaidOnceAndTheProgramRunsOn) {
     std::filesystem::permissions(folder, std::filesystem::perms(0755));
 }
 
+// The open row the first copy keeps while recording is what a second
+// copy's start-up repair would close.
+TEST(Program, ASecondCopyLeavesTheRunningOneAndItsDatabaseAlone) {
+    TempFolder home;
+    auto environment = testing::homeEnvironment(home);
+    const std::vector<std::string> command{KVILLO_BINARY, "--headless", "--port", "0"};
+    std::string database = home.file("data/Kvillo/activities.db");
+    std::string portFile = home.file("data/Kvillo/instance.port");
+    ChildProcess first(command, environment);
+    ASSERT_TRUE(eventually([&] { return std::filesystem::exists(portFile); }, 10s))
+        << first.standardError();
+    std::string port = testing::readFile(portFile);
+    port.pop_back();
+    // An open row as the first keeps while recording, which a second
+    // copy's start-up repair would close.
+    auto insert = runProcess({"sqlite3", database,
+                              "INSERT INTO activities (app_name, start_time) "
+                              "VALUES ('Code', strftime('%s','now'))"});
+    ASSERT_EQ(insert.status, 0) << insert.error;
+    auto modified = std::filesystem::last_write_time(database);
+
+    ChildProcess second(command, environment);
+    EXPECT_EQ(second.wait(10s), 0);
+    EXPECT_EQ(
+        second.standardError(),
+        "kvillo: Kvillo is already running (MCP server on http://localhost:" + port + "/mcp)\n");
+    auto openRows =
+        runProcess({"sqlite3", database, "SELECT count(*) FROM activities WHERE end_time IS NULL"});
+    EXPECT_EQ(openRows.output, "1\n");
+    EXPECT_EQ(std::filesystem::last_write_time(database), modified);
+
+    auto timesheet = runProcess({KVILLO_BINARY, "timesheet"}, environment);
+    EXPECT_EQ(timesheet.status, 0) << timesheet.error;
+
+    first.signal(SIGKILL);
+    first.wait(10s);
+    ChildProcess next(command, environment);
+    EXPECT_TRUE(eventually([&] { return next.holdsOpen(database); }, 10s)) << next.standardError();
+    next.signal(SIGTERM);
+    EXPECT_EQ(next.wait(10s), 0);
+    EXPECT_EQ(next.standardError(), kNoDisplay);
+}
+
 TEST(Program, WithoutADisplayTheTrayProgramAsksForHeadless) {
     TempFolder home;
     auto result = runProcess({KVILLO_BINARY}, testing::homeEnvironment(home));
@@ -211,9 +254,11 @@ TEST(Program, UnopenableDatabaseExitsOneNamingThePathAndTheReason) {
     auto result =
         runProcess({KVILLO_BINARY, "--headless", "--port", "0"}, testing::homeEnvironment(home));
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.error, "kvillo: cannot open the database " +
-                                home.file("data/Kvillo/activities.db") +
-                                ": unable to open database file\n");
+    EXPECT_EQ(result.error,
+              "kvillo: cannot open the lock file " + home.file("data/Kvillo/instance.lock") +
+                  ": Not a directory; running without the single-copy lock\n"
+                  "kvillo: cannot open the database " +
+                  home.file("data/Kvillo/activities.db") + ": unable to open database file\n");
 }
 
 }  // namespace

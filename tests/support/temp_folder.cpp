@@ -29,6 +29,7 @@ std::map<std::string, std::string> homeEnvironment(const TempFolder& home) {
             {"XDG_DATA_HOME", home.file("data")},
             {"XDG_CONFIG_HOME", home.file("config")},
             {"TZ", "Europe/Oslo"},
+            {"XDG_RUNTIME_DIR", ""},
             {"DISPLAY", ""},
             {"WAYLAND_DISPLAY", ""}};
 }

@@ -23,7 +23,8 @@ private:
 
 // The environment for a Kvillo started as a child process with its home,
 // data and settings in `home`, in Oslo time and with no display (pass it to
-// ChildProcess or runProcess; add or replace entries as needed).
+// ChildProcess or runProcess; add or replace entries as needed). Without a
+// runtime folder, so its instance lock is in `home` too.
 std::map<std::string, std::string> homeEnvironment(const TempFolder& home);
 
 // Sets an environment variable for the object's lifetime, then restores it.
