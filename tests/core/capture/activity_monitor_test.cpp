@@ -208,7 +208,8 @@ TEST_F(Monitor, TitlesFollowTheWindowButAnEmptyOneKeepsTheLast) {
 }
 
 TEST_F(Monitor, SleepNamelessAppsAndSleepingDisplays) {
-    desktop_.front = FrontApplication{.processID = 5};
+    desktop_.front =
+        FrontApplication{.name = std::nullopt, .bundleID = std::nullopt, .processID = 5};
     monitor_.start();
     EXPECT_EQ(rows()[0].appName, "Unknown");
     EXPECT_FALSE(rows()[0].bundleID);
