@@ -251,7 +251,13 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
 std::string csv(const std::vector<TimesheetLine>& lines, std::string_view name, TimePoint from,
                 TimePoint to, Language language) {
     const std::string separator = language == Language::en ? "," : ";";
-    auto label = [&](L10n::Key key) { return L10n::string(language, key); };
+    // Fields that are not always quoted are quoted when they must be, so
+    // that a translation or a date never splits a row (RFC 4180).
+    auto bare = [&](std::string value) {
+        return value.find_first_of(separator + "\"\r\n") == std::string::npos ? value
+                                                                              : quoted(value);
+    };
+    auto label = [&](L10n::Key key) { return bare(L10n::string(language, key)); };
     auto row = [&](std::initializer_list<std::string> fields) {
         std::string text;
         bool first = true;
@@ -267,15 +273,17 @@ std::string csv(const std::vector<TimesheetLine>& lines, std::string_view name, 
 
     std::string text;
     text += row({label("Timeliste"), quoted(name)});
-    text += row({label("Periode"), calendar::format(from, "yyyy-MM-dd") + " \u2013 " +
-                                       calendar::format(calendar::addDays(to, -1), "yyyy-MM-dd")});
+    text +=
+        row({label("Periode"), bare(calendar::format(from, "yyyy-MM-dd") + " \u2013 " +
+                                    calendar::format(calendar::addDays(to, -1), "yyyy-MM-dd"))});
     text += "\n";
     text += row({label("Dato"), label("Navn"), label("Prosjekt / arbeidspakke"), label("Timer"),
                  label("Beskrivelse")});
     double total = 0;
     for (const auto& line : lines) {
-        text += row({calendar::format(line.date, "yyyy-MM-dd"), quoted(name), quoted(line.project),
-                     quoted(number(line.hours, language)), quoted(line.description)});
+        text += row({bare(calendar::format(line.date, "yyyy-MM-dd")), quoted(name),
+                     quoted(line.project), quoted(number(line.hours, language)),
+                     quoted(line.description)});
         total += line.hours;
     }
     text += "\n";

@@ -49,7 +49,9 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
 
 // The CSV text for [from, to) without the byte order mark: labels in
 // `language`, "," and "." for English, ";" and "," otherwise, rows ending
-// in a line feed.
+// in a line feed. The name and every line field but the date are always
+// quoted, the total too; any other field only when it holds the separator,
+// a quote or a line break.
 std::string csv(const std::vector<TimesheetLine>& lines, std::string_view name, TimePoint from,
                 TimePoint to, Language language);
 

@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include "core/analysis/timesheet.h"
+#include "core/localisation/l10n.h"
 #include "core/time/calendar.h"
+#include "tests/support/process.h"
 #include "tests/support/records.h"
 #include "tests/support/temp_folder.h"
 
@@ -151,8 +155,8 @@ TEST(TimesheetCsv, TheExampleByteForByteInNorwegianAndEnglish) {
          "\n"
          "Total,,,\"2.25\",\n"
          "\n"
-         "Signature, project member,,Date,\n"
-         "Signature, project manager,,Date,\n"},
+         "\"Signature, project member\",,Date,\n"
+         "\"Signature, project manager\",,Date,\n"},
     };
     std::vector<TimesheetLine> lines{
         {localTime(2025, 3, 3), "Skarvelin", 2.25, "Møte med Kraftnod; Kodegjennomgang"}};
@@ -177,8 +181,48 @@ TEST(TimesheetCsv, QuotesAreDoubledAndAnEmptyExportStillAddsUp) {
     std::string empty =
         Timesheet::csv({}, "Kari", localTime(2025, 2, 1), localTime(2025, 3, 1), Language::en);
     EXPECT_EQ(empty.substr(empty.find("Description\n")),
-              "Description\n\nTotal,,,\"0.00\",\n\nSignature, project member,,Date,\n"
-              "Signature, project manager,,Date,\n");
+              "Description\n\nTotal,,,\"0.00\",\n\n\"Signature, project member\",,Date,\n"
+              "\"Signature, project manager\",,Date,\n");
+}
+
+TEST(TimesheetCsv, EveryRowReadsBackIntoItsColumnsInEveryLanguage) {
+    // Read as a spreadsheet would: Python's csv module, strict about quotes.
+    constexpr const char* kReadCsv = R"(
+import csv, json, sys
+with open(sys.argv[1], newline="", encoding="utf-8-sig") as f:
+    print(json.dumps(list(csv.reader(f, delimiter=sys.argv[2], strict=True))))
+)";
+    using Rows = std::vector<std::vector<std::string>>;
+    const std::string name = "Kari \"KN\", Nordmann; AS";
+    const std::string description = "Møte \"A\";\nlinje 2, til slutt";
+    testing::TempFolder folder;
+    for (Language language : Language::allCases()) {
+        SCOPED_TRACE(std::string(language.code()));
+        auto label = [&](L10n::Key key) { return L10n::string(language, key); };
+        std::string hours = language == Language::en ? "7.50" : "7,50";
+        const Rows expected{
+            {label("Timeliste"), name},
+            {label("Periode"), "2025-03-01 \u2013 2025-03-31"},
+            {},
+            {label("Dato"), label("Navn"), label("Prosjekt / arbeidspakke"), label("Timer"),
+             label("Beskrivelse")},
+            {"2025-03-03", name, "A;B, C", hours, description},
+            {},
+            {label("Sum"), "", "", hours, ""},
+            {},
+            {label("Signatur prosjektdeltaker"), "", label("Dato"), ""},
+            {label("Signatur prosjektansvarlig"), "", label("Dato"), ""},
+        };
+        std::string text =
+            Timesheet::csv({{localTime(2025, 3, 3), "A;B, C", 7.5, description}}, name,
+                           localTime(2025, 3, 1), localTime(2025, 4, 1), language);
+        std::string file = folder.file(std::string(language.code()) + ".csv");
+        testing::writeFile(file, std::string(Timesheet::kByteOrderMark) + text);
+        auto read = testing::runProcess(
+            {"/usr/bin/python3", "-c", kReadCsv, file, language == Language::en ? "," : ";"});
+        ASSERT_EQ(read.status, 0) << read.error;
+        EXPECT_EQ(nlohmann::json::parse(read.output).get<Rows>(), expected) << text;
+    }
 }
 
 TEST(TimesheetCsv, FileNamesNameTheProjectAndMonth) {
