@@ -6,11 +6,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 
 #include "core/analysis/timesheet.h"
+#include "core/files/atomic_file.h"
 #include "core/localisation/l10n.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
@@ -58,38 +57,22 @@ bool writeAll(int fd, const std::string& bytes) {
     return true;
 }
 
-// A regular file is replaced whole (written beside it, then renamed), so a
-// failure leaves the old one; anything else (a pipe, /dev/stdout) is
-// written to directly.
-bool writeWhole(const std::string& path, const std::string& bytes, std::string& reason) {
-    std::error_code error;
-    auto status = std::filesystem::status(path, error);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-        bool ok = fd >= 0 && writeAll(fd, bytes);
-        reason = std::strerror(errno);
-        return (fd < 0 || ::close(fd) == 0) && ok;
+// A pipe or a terminal (/dev/stdout) is written to as it is; anything else
+// is a file, replaced whole so that a failure leaves the old one.
+std::optional<FileWriteError> writeOutput(const std::string& path, const std::string& bytes) {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0 || S_ISREG(info.st_mode) || S_ISDIR(info.st_mode)) {
+        return writeFileAtomically(path, bytes, 0644);
     }
-    std::string temporary = path + ".XXXXXX";
-    int fd = ::mkstemp(temporary.data());
-    if (fd < 0) {
-        reason = std::strerror(errno);
-        return false;
+    int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    bool ok = fd >= 0 && writeAll(fd, bytes);
+    int code = errno;
+    if (fd >= 0 && ::close(fd) != 0 && ok) {
+        ok = false;
+        code = errno;
     }
-    ::fchmod(fd, 0644);
-    bool ok = writeAll(fd, bytes);
-    reason = std::strerror(errno);
-    if (::close(fd) != 0 || !ok) {
-        ::unlink(temporary.c_str());
-        return false;
-    }
-    std::filesystem::rename(temporary, path, error);
-    if (error) {
-        ::unlink(temporary.c_str());
-        reason = error.message();
-        return false;
-    }
-    return true;
+    return ok ? std::nullopt
+              : std::optional(FileWriteError(path, std::error_code(code, std::generic_category())));
 }
 
 }  // namespace
@@ -122,9 +105,9 @@ int runTimesheetCommand(const ExportTimesheet& request, const AppPaths& paths, c
             out.flush();
             return out ? 0 : 1;
         }
-        std::string reason;
-        if (!writeWhole(*request.output, std::string(Timesheet::kByteOrderMark) + text, reason)) {
-            err << "kvillo: cannot write " << *request.output << ": " << reason << "\n";
+        if (auto error =
+                writeOutput(*request.output, std::string(Timesheet::kByteOrderMark) + text)) {
+            err << "kvillo: " << error->message() << "\n";
             return 1;
         }
         return 0;

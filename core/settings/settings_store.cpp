@@ -1,29 +1,14 @@
 #include "core/settings/settings_store.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "core/files/atomic_file.h"
+
 namespace kvillo {
-namespace {
-
-bool writeAll(int fd, const std::string& bytes) {
-    size_t written = 0;
-    while (written < bytes.size()) {
-        ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
-        if (n < 0) {
-            return false;
-        }
-        written += static_cast<size_t>(n);
-    }
-    return true;
-}
-
-}  // namespace
 
 SettingsStore::SettingsStore(std::string path) : path_(std::move(path)) {}
 
@@ -100,23 +85,20 @@ bool SettingsStore::replace(const nlohmann::json& object) {
     std::filesystem::create_directories(target.parent_path(), error);
 
     if (corrupt_) {
-        std::filesystem::rename(target, path_ + ".corrupt", error);
+        // The file the link names is kept aside; the link then names the
+        // new file.
+        std::string corrupt = resolveSymbolicLinks(path_, error);
+        if (!error) {
+            std::filesystem::rename(corrupt, corrupt + ".corrupt", error);
+        }
         if (error) {
             return false;
         }
         corrupt_ = false;
     }
 
-    std::string temporary = path_ + ".XXXXXX";
-    int fd = ::mkstemp(temporary.data());
-    if (fd < 0) {
-        return false;
-    }
-    ::fchmod(fd, 0600);
-    bool ok = writeAll(fd, object.dump(2) + "\n") && ::fsync(fd) == 0;
-    ok = ::close(fd) == 0 && ok;
-    if (!ok || ::rename(temporary.c_str(), path_.c_str()) != 0) {
-        ::unlink(temporary.c_str());
+    // Settings may hold names and paths: readable by the user alone.
+    if (writeFileAtomically(path_, object.dump(2) + "\n", 0600)) {
         return false;
     }
     loaded_ = false;

@@ -12,11 +12,12 @@ namespace kvillo {
 // process of the program.
 //
 // Reads see the file as it is now: it is parsed again whenever it changed on
-// disk. Writes re-read, change one key and replace the file atomically (a
-// temporary file in the same folder, then rename), so a crash never leaves a
-// half-written file. A file that is not a JSON object reads as empty and is
-// moved aside to "<path>.corrupt" before the next write, so nothing the user
-// had is silently lost. A file that exists but cannot be read also reads as
+// disk. Writes re-read, change one key and replace the file with
+// writeFileAtomically, so a crash never leaves a half-written file, a
+// symbolic link stays a link and the file keeps its mode (a new one is
+// 0600). A file that is not a JSON object reads as empty and is moved aside
+// to "<file>.corrupt" beside the file it names before the next write, so
+// nothing the user had is silently lost. A file that exists but cannot be read also reads as
 // empty, and is never written over.
 //
 // Threads: every member may be called from any thread.

@@ -1,13 +1,8 @@
 #include "platform/linux/login_item_manager.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 
-#include <cstdlib>
-
+#include "core/files/atomic_file.h"
 #include "platform/linux/desktop_entry.h"
 
 namespace kvillo {
@@ -43,26 +38,9 @@ void LoginItemManager::setEnabled(bool enabled) {
         "Icon=kvillo\n"
         "Terminal=false\n"
         "X-GNOME-Autostart-enabled=true\n";
-    // A unique temporary name: two instances switching at once must not
-    // write into each other's file.
-    std::string temporary = autostartFile_ + ".XXXXXX";
-    int fd = ::mkstemp(temporary.data());
-    if (fd < 0) {
-        throw LoginItemError("Could not write " + autostartFile_ + ": " + std::strerror(errno));
-    }
-    bool written = ::write(fd, entry.data(), entry.size()) == static_cast<ssize_t>(entry.size());
-    int writeErrno = errno;
-    ::fchmod(fd, 0644);
-    if (::close(fd) != 0 || !written) {
-        std::filesystem::remove(temporary, error);
-        throw LoginItemError("Could not write " + autostartFile_ + ": " +
-                             std::strerror(written ? EIO : writeErrno));
-    }
-    std::filesystem::rename(temporary, autostartFile_, error);
-    if (error) {
-        std::string reason = error.message();
-        std::filesystem::remove(temporary, error);
-        throw LoginItemError("Could not write " + autostartFile_ + ": " + reason);
+    // An autostart entry holds nothing private; desktop files are 0644.
+    if (auto failed = writeFileAtomically(autostartFile_, entry, 0644)) {
+        throw LoginItemError("Could not write " + autostartFile_ + ": " + failed->reason());
     }
 }
 

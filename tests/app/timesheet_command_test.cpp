@@ -63,6 +63,23 @@ TEST_F(TimesheetCommandTest, WritesAFileWithAByteOrderMark) {
     EXPECT_EQ(testing::readFile(file), std::string("\xEF\xBB\xBF") + kMarch);
 }
 
+TEST_F(TimesheetCommandTest, AnOutputLinkIsKeptAndItsTargetReplaced) {
+    std::string target = home_.file("regnskap.csv");
+    testing::writeFile(target, "old");
+    std::filesystem::permissions(target, std::filesystem::perms(0640));
+    std::filesystem::create_symlink("regnskap.csv", home_.file("link.csv"));
+    auto result =
+        kvillo({"--from", "2025-03-01", "--to", "2025-03-31", "--output", home_.file("link.csv")});
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_TRUE(std::filesystem::is_symlink(home_.file("link.csv")));
+    EXPECT_EQ(testing::readFile(target), std::string("\xEF\xBB\xBF") + kMarch);
+    EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms(0640));
+
+    result = kvillo({"--output", home_.file("data")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "kvillo: cannot write " + home_.file("data") + ": Is a directory\n");
+}
+
 TEST_F(TimesheetCommandTest, FollowsTheLanguageSetting) {
     testing::writeFile(home_.file("config/kvillo/app.kvillo.shared.json"),
                        R"({"timesheetName": "Dev A", "language": "en"})");

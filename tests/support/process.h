@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -54,6 +55,13 @@ struct ProcessResult {
 ProcessResult runProcess(const std::vector<std::string>& command,
                          const std::map<std::string, std::string>& environment = {},
                          const std::string& standardInput = "");
+
+// Runs `body` in a forked child that is the user nobody (65534) when this
+// process is root, and this user otherwise (file permissions bind it
+// then), and gives back the text `body` returns; none when the child could
+// not change user or did not end normally. For testing what another user
+// may not do.
+std::optional<std::string> runAsAnotherUser(const std::function<std::string()>& body);
 
 // Polls `condition` every 20 ms until it holds or `timeout` passes.
 template <typename Condition>

@@ -51,6 +51,19 @@ TEST(SettingsStore, WritesReplaceTheFileWholeAndLeaveNoTemporaries) {
     EXPECT_EQ(entriesIn(folder.file("deep/er")), 1);
 }
 
+TEST(SettingsStore, ALinkedFileKeepsItsLinkAndMode) {
+    TempFolder folder;
+    testing::writeFile(folder.file("dotfiles.json"), "{}");
+    std::filesystem::permissions(folder.file("dotfiles.json"), std::filesystem::perms(0640));
+    std::filesystem::create_symlink("dotfiles.json", folder.file("settings.json"));
+    SettingsStore store(folder.file("settings.json"));
+    ASSERT_TRUE(store.set("language", "fr"));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.file("settings.json")));
+    EXPECT_EQ(std::filesystem::status(folder.file("dotfiles.json")).permissions(),
+              std::filesystem::perms(0640));
+    EXPECT_EQ(SettingsStore(folder.file("dotfiles.json")).value("language"), "fr");
+}
+
 TEST(SettingsStore, UnwritableLocationFailsWithoutAFile) {
     TempFolder folder;
     testing::writeFile(folder.file("blocker"), "a file where a folder should be");

@@ -38,15 +38,20 @@ TEST(LoginItemManager, EnablingWritesAnAutostartEntryAndDisablingRemovesIt) {
     EXPECT_NO_THROW(manager.setEnabled(false));
 }
 
-TEST(LoginItemManager, AHiddenEntryCountsAsDisabledAndIsRewrittenOnEnable) {
+TEST(LoginItemManager, AHiddenEntryCountsAsDisabledAndIsRewrittenThroughItsLink) {
     TempFolder folder;
     std::string file = folder.file("kvillo.desktop");
-    testing::writeFile(file, "[Desktop Entry]\nType=Application\nExec=kvillo\nHidden=true\n");
+    std::string target = folder.file("dotfiles.desktop");
+    testing::writeFile(target, "[Desktop Entry]\nType=Application\nExec=kvillo\nHidden=true\n");
+    std::filesystem::permissions(target, std::filesystem::perms(0600));
+    std::filesystem::create_symlink(target, file);
     LoginItemManager manager(file, "/usr/bin/kvillo");
     EXPECT_FALSE(manager.isEnabled());
     manager.setEnabled(true);
     EXPECT_TRUE(manager.isEnabled());
-    EXPECT_EQ(DesktopEntry::load(file)->value("Exec"), "/usr/bin/kvillo");
+    EXPECT_EQ(DesktopEntry::load(target)->value("Exec"), "/usr/bin/kvillo");
+    EXPECT_TRUE(std::filesystem::is_symlink(file)) << "the user's link is kept";
+    EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms(0600));
 }
 
 TEST(LoginItemManager, AnUnwritableFolderIsReportedToTheCaller) {
