@@ -16,6 +16,12 @@ Duration lengthOf(const Activity& activity, TimePoint now) {
     return activity.endTime.value_or(now) - activity.startTime;
 }
 
+std::vector<NamedTime> sortedLargestFirst(std::vector<NamedTime> totals) {
+    std::stable_sort(totals.begin(), totals.end(),
+                     [](const NamedTime& a, const NamedTime& b) { return a.seconds > b.seconds; });
+    return totals;
+}
+
 // Totals by name, kept in the order names first appear so that equal
 // totals sort the same way every time. Runs of the same name (an app in
 // front several times in a row) skip the lookup.
@@ -32,12 +38,7 @@ public:
         totals_[last_].seconds += seconds;
     }
 
-    std::vector<NamedTime> largestFirst() && {
-        std::stable_sort(
-            totals_.begin(), totals_.end(),
-            [](const NamedTime& a, const NamedTime& b) { return a.seconds > b.seconds; });
-        return std::move(totals_);
-    }
+    std::vector<NamedTime> largestFirst() && { return sortedLargestFirst(std::move(totals_)); }
 
 private:
     std::vector<NamedTime> totals_;
@@ -45,20 +46,58 @@ private:
     size_t last_ = 0;
 };
 
-// Time per day and name; names are compared by address while counting and
-// by text only for the few segments that result.
-using DayTotals = std::map<std::pair<TimePoint, const std::string*>, Duration>;
-
-std::vector<DaySegment> segmentsOf(const DayTotals& byDay) {
-    std::vector<DaySegment> segments;
-    segments.reserve(byDay.size());
-    for (const auto& [key, seconds] : byDay) {
-        segments.push_back({key.first, *key.second, seconds});
+// Time per project, the unmatched time and the per-day segments. Counted by
+// the project's place in the list, never by name: a project may be called
+// what the unmatched time is shown as.
+void addProjectTime(Report& report, const std::vector<Activity>& activities,
+                    const std::vector<Annotation>& annotations,
+                    const std::vector<Project>& projects, TimePoint now) {
+    std::vector<std::optional<Duration>> byProject(projects.size());
+    // None, the unmatched time, orders before every project.
+    std::map<std::pair<TimePoint, std::optional<size_t>>, Duration> byDay;
+    DayCursor days;
+    for (const auto& [activity, project] : ProjectMatcher::assign(
+             activities, projects, annotations, ProjectMatcher::kDefaultCarryOver, now)) {
+        Duration seconds = lengthOf(*activity, now);
+        if (project) {
+            byProject[*project] = byProject[*project].value_or(0) + seconds;
+        } else {
+            report.unmatched += seconds;
+        }
+        byDay[{days.startOfDay(activity->startTime), project}] += seconds;
     }
-    std::sort(segments.begin(), segments.end(), [](const DaySegment& a, const DaySegment& b) {
-        return std::tie(a.day, a.name) < std::tie(b.day, b.name);
-    });
-    return segments;
+
+    std::vector<NamedTime> totals;
+    for (size_t i = 0; i < projects.size(); ++i) {
+        if (byProject[i]) {
+            totals.push_back({projects[i].name, *byProject[i]});
+        }
+    }
+    report.projects = sortedLargestFirst(std::move(totals));
+
+    for (const auto& [key, seconds] : byDay) {
+        const auto& [day, project] = key;
+        report.segments.push_back(
+            project ? DaySegment{day, DaySegment::Kind::project, projects[*project].name, seconds}
+                    : DaySegment{day, DaySegment::Kind::unmatched, {}, seconds});
+    }
+    // Each day's unmatched time goes after its projects.
+    std::stable_sort(report.segments.begin(), report.segments.end(),
+                     [](const DaySegment& a, const DaySegment& b) {
+                         return std::tie(a.day, a.kind) < std::tie(b.day, b.kind);
+                     });
+}
+
+// With projects off the chart shows each day's whole time.
+void addActiveTimeByDay(Report& report, const std::vector<Activity>& activities, TimePoint now) {
+    std::map<TimePoint, Duration> byDay;
+    DayCursor days;
+    for (const auto& activity : activities) {
+        byDay[days.startOfDay(activity.startTime)] += lengthOf(activity, now);
+    }
+    for (const auto& [day, seconds] : byDay) {
+        report.segments.push_back({day, DaySegment::Kind::active, {}, seconds});
+    }
 }
 
 std::vector<TaskEntry> tasksOf(const std::vector<Annotation>& annotations,
@@ -77,9 +116,9 @@ std::vector<TaskEntry> tasksOf(const std::vector<Annotation>& annotations,
             tasks.back().end = annotation.endedAt;
             continue;
         }
-        const std::string* project = search.find(annotation.text);
+        auto project = search.find(annotation.text);
         tasks.push_back({*annotation.id, annotation.text,
-                         project ? std::optional<std::string>(*project) : std::nullopt,
+                         project ? std::optional(projects[*project].name) : std::nullopt,
                          annotation.startedAt, annotation.endedAt, seconds});
     }
     std::reverse(tasks.begin(), tasks.end());
@@ -159,32 +198,11 @@ Report analyse(const std::vector<Activity>& activities, const std::vector<Annota
         }
     }
 
-    DayTotals byDay;
-    DayCursor days;
-    const std::string unmatched(kUnmatched);
-    const std::string active(kActiveTime);
     if (switches.projects) {
-        Totals totals;
-        for (const auto& [activity, project] : ProjectMatcher::assign(
-                 activities, projects, annotations, ProjectMatcher::kDefaultCarryOver, now)) {
-            const std::string* name = project ? project : &unmatched;
-            Duration seconds = lengthOf(*activity, now);
-            totals.add(*name, seconds);
-            byDay[{days.startOfDay(activity->startTime), name}] += seconds;
-        }
-        report.projects = std::move(totals).largestFirst();
-        auto unmatchedTotal = std::find_if(report.projects.begin(), report.projects.end(),
-                                           [&](const NamedTime& t) { return t.name == unmatched; });
-        if (unmatchedTotal != report.projects.end()) {
-            report.unmatched = unmatchedTotal->seconds;
-            report.projects.erase(unmatchedTotal);
-        }
+        addProjectTime(report, activities, annotations, projects, now);
     } else {
-        for (const auto& activity : activities) {
-            byDay[{days.startOfDay(activity.startTime), &active}] += lengthOf(activity, now);
-        }
+        addActiveTimeByDay(report, activities, now);
     }
-    report.segments = segmentsOf(byDay);
 
     if (switches.workingOn) {
         report.tasks = tasksOf(annotations, projects, now);

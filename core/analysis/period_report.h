@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "core/analysis/focus_session.h"
@@ -24,10 +23,13 @@ struct NamedTime {
     bool operator==(const NamedTime&) const = default;
 };
 
-// One piece of a bar in the per-day chart.
+// One piece of a bar in the per-day chart: a project's time, the time no
+// project claimed, or, with projects switched off, all of the day's time.
 struct DaySegment {
+    enum class Kind { project, unmatched, active };
     TimePoint day = 0;
-    std::string name;
+    Kind kind = Kind::project;
+    std::string project{};  // the project's name; empty for the other kinds
     Duration seconds = 0;
     bool operator==(const DaySegment&) const = default;
 };
@@ -50,10 +52,10 @@ struct Report {
     Duration active = 0;  // all activities, open ones up to now
     Duration focus = 0;   // the focus sessions' total
     std::vector<FocusSession> focusSessions{};
-    std::vector<NamedTime> projects{};  // largest first, without the unmatched time
-    Duration unmatched = 0;
+    std::vector<NamedTime> projects{};   // largest first, without the unmatched time
+    Duration unmatched = 0;              // the time no project claimed
     std::vector<NamedTime> apps{};       // largest first
-    std::vector<DaySegment> segments{};  // per day and project, in no order
+    std::vector<DaySegment> segments{};  // by day, projects before the unmatched time
     std::vector<TaskEntry> tasks{};      // newest first
 };
 
@@ -90,12 +92,6 @@ struct ReportSwitches {
 // and `now` in, figures out. Reads neither the store, the settings nor the
 // clock, and writes no text. Pure; safe from any thread.
 namespace PeriodReport {
-
-// The names under which time is totalled when no project claims it, and
-// per day when projects are off; both are translation keys, shown
-// localised (PeriodText::displayName).
-inline constexpr std::string_view kUnmatched = "Uten prosjekt";
-inline constexpr std::string_view kActiveTime = "Aktiv tid";
 
 // The report for `range` over its records: activities and annotations as
 // the store gives them (annotations by ascending start), projects in

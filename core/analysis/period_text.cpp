@@ -36,14 +36,20 @@ std::string label(Period period, Language language) {
     return L10n::string(language, keysOf(period).label);
 }
 
-std::string displayName(std::string_view name, Language language) {
-    if (name == PeriodReport::kUnmatched) {
-        return L10n::string(language, "Uten prosjekt");
+std::string unmatchedName(Language language) {
+    return L10n::string(language, "Uten prosjekt");
+}
+
+std::string segmentName(const DaySegment& segment, Language language) {
+    switch (segment.kind) {
+        case DaySegment::Kind::project:
+            return segment.project;
+        case DaySegment::Kind::unmatched:
+            return unmatchedName(language);
+        case DaySegment::Kind::active:
+            return L10n::string(language, "Aktiv tid");
     }
-    if (name == PeriodReport::kActiveTime) {
-        return L10n::string(language, "Aktiv tid");
-    }
-    return std::string(name);
+    return segment.project;
 }
 
 std::optional<std::string> focusDetail(const Report& report, Duration previousFocus, Period period,

@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "core/analysis/period_report.h"
 #include "core/localisation/language.h"
@@ -16,9 +15,12 @@ namespace PeriodText {
 // "Dag", "Uke", "Måned".
 std::string label(Period period, Language language);
 
-// A total's or segment's name as shown: the unmatched and active-time
-// names translated, a project's name as it is.
-std::string displayName(std::string_view name, Language language);
+// What the time no project claimed is shown as: "Uten prosjekt".
+std::string unmatchedName(Language language);
+
+// A chart segment's name as shown: its project's name as it is, else
+// unmatchedName or "Aktiv tid" translated.
+std::string segmentName(const DaySegment& segment, Language language);
 
 // "42 % av aktiv tid · ↑ 1t 05m fra forrige uke": the report's focus share,
 // compared with `previousFocus`, the focus total of the period before (a

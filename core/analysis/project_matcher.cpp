@@ -41,7 +41,7 @@ public:
     }
 
     struct Accepted {
-        const std::string* project;  // nullptr when the text names none
+        std::optional<size_t> project;  // none when the text names none
         bool claudeCode;
     };
 
@@ -76,7 +76,7 @@ public:
     }
 
 private:
-    const std::string* projectOf(size_t index) {
+    std::optional<size_t> projectOf(size_t index) {
         if (!searched_[index]) {
             projects_[index] = search_.find(annotations_[index].text);
             searched_[index] = true;
@@ -89,7 +89,7 @@ private:
     TimePoint now_;
     std::vector<TimePoint> latestEndUpTo_;
     std::vector<bool> claudeCode_;
-    std::vector<const std::string*> projects_;
+    std::vector<std::optional<size_t>> projects_;
     std::vector<bool> searched_;
     bool sortedByStart_ = true;
 };
@@ -111,7 +111,7 @@ std::vector<ProjectAssignment> assign(const std::vector<Activity>& activities,
     result.reserve(activities.size());
     if (projects.empty()) {
         for (const auto& activity : activities) {
-            result.push_back({&activity, nullptr});
+            result.push_back({&activity, std::nullopt});
         }
         return result;
     }
@@ -120,11 +120,11 @@ std::vector<ProjectAssignment> assign(const std::vector<Activity>& activities,
 
     ProjectSearch search(projects);
     CoveringAnnotations covering(annotations, search, now);
-    const std::string* carriedProject = nullptr;
+    std::optional<size_t> carriedProject;
     TimePoint carriedEnd = 0;
 
     for (const Activity* activity : ordered) {
-        const std::string* project = nullptr;
+        std::optional<size_t> project;
         if (activity->title) {
             project = search.find(*activity->title);
             if (project) {

@@ -13,11 +13,12 @@
 
 namespace kvillo {
 
-// An activity and the name of the project its time belongs to, if any.
-// Both point into the lists given to `assign`, which must outlive them.
+// An activity and the project its time belongs to. No project is an
+// absence, never a name: a project may be called anything, "No project"
+// included.
 struct ProjectAssignment {
-    const Activity* activity = nullptr;
-    const std::string* project = nullptr;  // a project's name, or nullptr
+    const Activity* activity = nullptr;  // into the activities given to `assign`
+    std::optional<size_t> project{};     // the place in the projects given, or none
 };
 
 // The one rule by which logged time is attributed to projects. Pure; no
@@ -50,10 +51,8 @@ std::vector<ProjectAssignment> assign(const std::vector<Activity>& activities,
                                       const std::vector<Annotation>& annotations,
                                       Duration carryOver, TimePoint now);
 
-// The result points into the lists; temporaries would leave it dangling.
+// The result points into the activities; a temporary would leave it dangling.
 std::vector<ProjectAssignment> assign(std::vector<Activity>&&, const std::vector<Project>&,
-                                      const std::vector<Annotation>&, Duration, TimePoint) = delete;
-std::vector<ProjectAssignment> assign(const std::vector<Activity>&, std::vector<Project>&&,
                                       const std::vector<Annotation>&, Duration, TimePoint) = delete;
 
 }  // namespace ProjectMatcher

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,18 +17,16 @@ namespace kvillo {
 // regard to case or diacritics. An empty text never matches.
 //
 // Every term is folded once, when the search is built; each text once per
-// lookup, in one pass however many terms there are. The projects must
-// outlive the search. One thread at a time.
+// lookup, in one pass however many terms there are. One thread at a time.
 class ProjectSearch {
 public:
     explicit ProjectSearch(const std::vector<Project>& projects);
-    explicit ProjectSearch(std::vector<Project>&&) = delete;  // names would dangle
 
-    // The winning project's name (inside the projects given), or nullptr.
-    const std::string* find(std::string_view text);
+    // The winning project's place in the list given, or none.
+    std::optional<size_t> find(std::string_view text);
 
 private:
-    std::vector<const std::string*> names_;
+    size_t count_ = 0;
     SubstringAutomaton automaton_;
     TextFolder folder_;
 };

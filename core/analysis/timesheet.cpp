@@ -99,14 +99,14 @@ private:
     std::vector<TimePoint> latestEndUpTo_;
 };
 
-std::string descriptionOf(const std::string& project, const Tally& tally, const TitleIds& titleIds,
+std::string descriptionOf(size_t project, const Tally& tally, const TitleIds& titleIds,
                           const std::vector<Annotation>& annotations,
                           const std::vector<size_t>& dayNotes,
-                          const std::vector<const std::string*>& annotationProjects) {
+                          const std::vector<std::optional<size_t>>& annotationProjects) {
     std::vector<std::string> notes;
     std::set<std::string> seen;
     for (size_t i : dayNotes) {
-        if (!annotationProjects[i] || *annotationProjects[i] != project) {
+        if (annotationProjects[i] != project) {
             continue;
         }
         std::string shown = displayTask(annotations[i].text);
@@ -191,8 +191,9 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
                                  const std::vector<Annotation>& annotations,
                                  const std::vector<Project>& projects,
                                  const std::optional<std::string>& project, TimePoint now) {
-    // Counted by project address; ordered by name only once per line.
-    using Key = std::pair<TimePoint, const std::string*>;
+    // Counted by the project's place in the list; ordered by name only once
+    // per line.
+    using Key = std::pair<TimePoint, size_t>;
     std::map<Key, Tally> tallies;
     TitleIds titleIds;
     DayCursor days;
@@ -200,11 +201,11 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
     std::optional<std::pair<Key, Tally*>> last;
     for (const auto& [activity, assigned] : ProjectMatcher::assign(
              activities, projects, annotations, ProjectMatcher::kDefaultCarryOver, now)) {
-        if (!assigned || (project && *assigned != *project)) {
+        if (!assigned || (project && projects[*assigned].name != *project)) {
             continue;
         }
         Duration seconds = activity->endTime.value_or(now) - activity->startTime;
-        Key key{days.startOfDay(activity->startTime), assigned};
+        Key key{days.startOfDay(activity->startTime), *assigned};
         if (!last || last->first != key) {
             last.emplace(key, &tallies[key]);
         }
@@ -216,7 +217,7 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
     }
 
     ProjectSearch search(projects);
-    std::vector<const std::string*> annotationProjects;
+    std::vector<std::optional<size_t>> annotationProjects;
     annotationProjects.reserve(annotations.size());
     for (const auto& annotation : annotations) {
         annotationProjects.push_back(search.find(annotation.text));
@@ -227,7 +228,7 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
     TimePoint currentDay = std::numeric_limits<double>::quiet_NaN();
     std::vector<size_t> dayNotes;
     for (const auto& [key, tally] : tallies) {
-        const auto& [day, name] = key;
+        const auto& [day, index] = key;
         double hours = std::round(tally.total / 3600 * 4) * 0.25;
         if (hours <= 0) {
             continue;
@@ -237,8 +238,8 @@ std::vector<TimesheetLine> lines(const std::vector<Activity>& activities,
             dayNotes = notesByDay.overlapping(day, calendar::addDays(day, 1));
         }
         result.push_back(
-            {day, *name, hours,
-             descriptionOf(*name, tally, titleIds, annotations, dayNotes, annotationProjects)});
+            {day, projects[index].name, hours,
+             descriptionOf(index, tally, titleIds, annotations, dayNotes, annotationProjects)});
     }
     // Keys order by day, then by project name in code-point order.
     std::stable_sort(result.begin(), result.end(),

@@ -276,22 +276,20 @@ ToolResult McpTools::getProjectTime(const Json& args) {
     auto annotations = database_.fetchAnnotations(range.start, range.end);
 
     struct Totals {
-        std::string name;
+        std::optional<size_t> project;  // the place in `projects`; none: no project
         Duration total = 0;
         std::map<TimePoint, Duration> days{};
         std::vector<std::pair<std::string, Duration>> titles{};
         std::unordered_map<std::string, size_t> titleIndex{};
     };
     std::vector<Totals> totals;  // in order of first appearance
-    std::unordered_map<std::string, size_t> index;
+    std::map<std::optional<size_t>, size_t> index;
     DayCursor days;
-    const std::string unmatched = kNoProject;
     for (const auto& [activity, project] : ProjectMatcher::assign(
              activities, projects, annotations, ProjectMatcher::kDefaultCarryOver, now)) {
-        const std::string& name = project ? *project : unmatched;
-        auto [found, inserted] = index.try_emplace(name, totals.size());
+        auto [found, inserted] = index.try_emplace(project, totals.size());
         if (inserted) {
-            totals.push_back({name});
+            totals.push_back({project});
         }
         Totals& entry = totals[found->second];
         Duration seconds = activity->endTime.value_or(now) - activity->startTime;
@@ -304,10 +302,10 @@ ToolResult McpTools::getProjectTime(const Json& args) {
         }
         entry.titles[titleAt->second].second += seconds;
     }
-    std::stable_sort(totals.begin(), totals.end(), [&](const Totals& a, const Totals& b) {
-        bool aLast = a.name == unmatched, bLast = b.name == unmatched;
-        if (aLast != bLast) {
-            return bLast;
+    // The time no project claimed comes last, whatever its size.
+    std::stable_sort(totals.begin(), totals.end(), [](const Totals& a, const Totals& b) {
+        if (a.project.has_value() != b.project.has_value()) {
+            return a.project.has_value();
         }
         return a.total > b.total;
     });
@@ -315,7 +313,8 @@ ToolResult McpTools::getProjectTime(const Json& args) {
     std::vector<std::string> lines{"Time per project:"};
     for (auto& entry : totals) {
         lines.emplace_back();
-        lines.push_back(entry.name + ": " + McpReports::formatSeconds(entry.total));
+        lines.push_back((entry.project ? projects[*entry.project].name : kNoProject) + ": " +
+                        McpReports::formatSeconds(entry.total));
         std::vector<std::string> dayTexts;
         for (const auto& [day, seconds] : entry.days) {
             dayTexts.push_back(calendar::format(day, "EEE MM-dd") + " " +

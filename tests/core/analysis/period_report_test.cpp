@@ -57,14 +57,31 @@ TEST_F(PeriodReportTest, TimeIsSplitByProjectAppAndDay) {
     EXPECT_EQ(report.unmatched, 30 * kMinute);
     EXPECT_EQ(report.focus, 90 * kMinute);  // the two long editor stretches
     ASSERT_EQ(report.segments.size(), 4u);
-    EXPECT_EQ(report.segments[0], (DaySegment{kMonday, "Skarvelin", 35 * kMinute}));
+    EXPECT_EQ(report.segments[0],
+              (DaySegment{kMonday, DaySegment::Kind::project, "Skarvelin", 35 * kMinute}));
     EXPECT_EQ(report.segments[1],
-              (DaySegment{kMonday, std::string(PeriodReport::kUnmatched), 20 * kMinute}));
-    EXPECT_EQ(report.segments[2], (DaySegment{tuesday, "Skarvelin", 60 * kMinute}));
+              (DaySegment{kMonday, DaySegment::Kind::unmatched, "", 20 * kMinute}));
+    EXPECT_EQ(report.segments[2],
+              (DaySegment{tuesday, DaySegment::Kind::project, "Skarvelin", 60 * kMinute}));
 
     auto empty = weekReport({});
     EXPECT_EQ(empty.active, 0);
     EXPECT_TRUE(empty.apps.empty() && empty.segments.empty());
+}
+
+TEST_F(PeriodReportTest, AProjectNamedLikeTheUnmatchedTimeStaysApartFromIt) {
+    double nine = kMonday + 9 * kHour;
+    for (const char* name : {"Uten prosjekt", "No project"}) {
+        SCOPED_TRACE(name);
+        auto report = weekReport({act("Code", nine, nine + 30 * kMinute, name),
+                                  act("Mail", nine + 2 * kHour, nine + 2 * kHour + 20 * kMinute)},
+                                 {}, {{.name = name}});
+        EXPECT_EQ(report.projects, (std::vector<NamedTime>{{name, 30 * kMinute}}));
+        EXPECT_EQ(report.unmatched, 20 * kMinute);
+        EXPECT_EQ(report.segments, (std::vector<DaySegment>{
+                                       {kMonday, DaySegment::Kind::project, name, 30 * kMinute},
+                                       {kMonday, DaySegment::Kind::unmatched, "", 20 * kMinute}}));
+    }
 }
 
 TEST_F(PeriodReportTest, SwitchedOffFeaturesLeaveTheirFiguresEmpty) {
@@ -81,8 +98,8 @@ TEST_F(PeriodReportTest, SwitchedOffFeaturesLeaveTheirFiguresEmpty) {
     EXPECT_TRUE(report.tasks.empty());
     EXPECT_EQ(report.segments,
               (std::vector<DaySegment>{
-                  {kMonday, std::string(PeriodReport::kActiveTime), 40 * kMinute},
-                  {kMonday + 24 * kHour, std::string(PeriodReport::kActiveTime), 10 * kMinute}}));
+                  {kMonday, DaySegment::Kind::active, "", 40 * kMinute},
+                  {kMonday + 24 * kHour, DaySegment::Kind::active, "", 10 * kMinute}}));
 }
 
 TEST_F(PeriodReportTest, TasksMergeRepeatsWithinADayNewestFirst) {

@@ -61,9 +61,11 @@ TEST_F(PeriodTextTest, SubtitlesNamesAndFormatsFollowTheLanguage) {
     EXPECT_EQ(PeriodText::subtitle(Period::day, monday, Language::en), "Monday, 23 November");
     EXPECT_EQ(PeriodText::subtitle(Period::day, monday, Language::nb), "Mandag 23. november");
     EXPECT_EQ(PeriodText::label(Period::month, Language::es), "Mes");
-    EXPECT_EQ(PeriodText::displayName(PeriodReport::kUnmatched, Language::en), "No project");
-    EXPECT_EQ(PeriodText::displayName(PeriodReport::kActiveTime, Language::fr), "Temps actif");
-    EXPECT_EQ(PeriodText::displayName("Skarvelin", Language::en), "Skarvelin");
+    using Kind = DaySegment::Kind;
+    EXPECT_EQ(PeriodText::segmentName({kMonday, Kind::unmatched}, Language::en), "No project");
+    EXPECT_EQ(PeriodText::segmentName({kMonday, Kind::active}, Language::fr), "Temps actif");
+    EXPECT_EQ(PeriodText::segmentName({kMonday, Kind::project, "Uten prosjekt"}, Language::en),
+              "Uten prosjekt");
     EXPECT_EQ(Fmt::axis(kMonday, false, Language::fr), "lun.");
 
     struct Row {

@@ -25,7 +25,7 @@ Names namesOf(const std::vector<Activity>& activities, const std::vector<Annotat
               double carryOver) {
     Names names;
     for (const auto& pair : ProjectMatcher::assign(activities, kProjects, notes, carryOver, kNow)) {
-        names.push_back(pair.project ? std::optional(*pair.project) : std::nullopt);
+        names.push_back(pair.project ? std::optional(kProjects[*pair.project].name) : std::nullopt);
     }
     return names;
 }

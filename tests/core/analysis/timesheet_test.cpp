@@ -103,6 +103,17 @@ TEST(TimesheetLines, ProjectsOrderByCodePointsNotByTheStoresOrder) {
     EXPECT_EQ(order, (std::vector<std::string>{"Beta", "Zeta", "alpha", "Øko"}));
 }
 
+TEST(TimesheetLines, AProjectNamedLikeTheUnmatchedTimeGetsOnlyItsOwnTime) {
+    double nine = localTime(2026, 11, 4, 9);
+    for (const char* name : {"Uten prosjekt", "No project"}) {
+        SCOPED_TRACE(name);
+        auto lines = linesOf({act("Code", nine, nine + kHour, name),
+                              act("Mail", nine + 2 * kHour, nine + 3 * kHour, "Inbox")},
+                             {}, {{.name = name}});
+        EXPECT_EQ(lines, (std::vector<TimesheetLine>{{localTime(2026, 11, 4), name, 1, name}}));
+    }
+}
+
 TEST(TimesheetLines, NotesForTheProjectDescribeTheDayElseTheLongestTitles) {
     double at9 = localTime(2026, 11, 4, 9);
     std::vector<Activity> titled{

@@ -87,6 +87,31 @@ TEST_F(Tools, ProjectTimeListsNoProjectLast) {
     EXPECT_EQ(tool("get_project_time"), "No projects yet. Use save_project to add one.");
 }
 
+TEST_F(Tools, ProjectsNamedLikeTheUnmatchedTimeStayApartFromIt) {
+    db_.saveProject("No project", {});
+    db_.saveProject("Uten prosjekt", {});
+    add("Code", localTime(2026, 11, 23, 11), 15, "No project");
+    add("Code", localTime(2026, 11, 23, 12), 10, "Uten prosjekt");
+    EXPECT_EQ(tool("get_project_time"),
+              "Time per project:\n"
+              "\n"
+              "Kvillo: 41m\n"
+              "  Days: Mon 11-23 41m\n"
+              "  Top titles: kvillo \u2014 main.cpp 40m; Inbox 1m\n"
+              "\n"
+              "No project: 15m\n"
+              "  Days: Mon 11-23 15m\n"
+              "  Top titles: No project 15m\n"
+              "\n"
+              "Uten prosjekt: 10m\n"
+              "  Days: Mon 11-23 10m\n"
+              "  Top titles: Uten prosjekt 10m\n"
+              "\n"
+              "No project: 30m\n"
+              "  Days: Mon 11-23 30m\n"
+              "  Top titles: Terminal 30m");
+}
+
 TEST_F(Tools, FocusSessionsWithDefaultsAndHugeArguments) {
     std::string expected =
         "Focus sessions (2, total 1h 11m):\n"

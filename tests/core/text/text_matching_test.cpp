@@ -69,8 +69,11 @@ TEST(ProjectSearch, AgreesWithAPlainSearchOverEveryTerm) {
             return occurs(project.name) ||
                    std::any_of(project.keywords.begin(), project.keywords.end(), occurs);
         });
-        const std::string* actual = search.find(text);
-        EXPECT_EQ(actual ? *actual : "(none)", first == projects.end() ? "(none)" : first->name);
+        std::optional<size_t> expected;
+        if (first != projects.end()) {
+            expected = static_cast<size_t>(first - projects.begin());
+        }
+        EXPECT_EQ(search.find(text), expected);
     }
 }
 
