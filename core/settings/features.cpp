@@ -55,7 +55,10 @@ std::optional<Features::Key> Features::keyFromRawValue(std::string_view raw) {
 }
 
 Features::Features(std::string settingsFile, std::function<std::string()> fullUserName)
-    : store_(std::move(settingsFile)), fullUserName_(std::move(fullUserName)) {}
+    // A user who turned AI access off keeps it off when the file breaks:
+    // its default is on, and the log must not open up by accident.
+    : store_(std::move(settingsFile), {{std::string(rawValue(Key::aiAccess)), false}}),
+      fullUserName_(std::move(fullUserName)) {}
 
 bool Features::isEnabled(Key key) const {
     auto stored = store_.value(std::string(rawValue(key)));

@@ -51,7 +51,9 @@ public:
     // when no name is stored.
     Features(std::string settingsFile, std::function<std::string()> fullUserName);
 
-    // A stored boolean, else on for every switch but `timesheets`.
+    // A stored boolean, else on for every switch but `timesheets`; but
+    // `aiAccess` reads off while the settings file is broken (corrupt or
+    // unreadable), until the user turns it on again.
     bool isEnabled(Key key) const;
     void set(Key key, bool on);
 
@@ -73,6 +75,10 @@ public:
     // An empty text is kept as empty.
     std::string timesheetName() const;
     void setTimesheetName(const std::string& name);
+
+    // Whether the settings file could be read, for the notice that says why
+    // AI access is off.
+    SettingsStore::FileState settingsFileState() const { return store_.fileState(); }
 
 private:
     int integer(const char* key, int fallback) const;

@@ -10,7 +10,20 @@
 
 namespace kvillo {
 
-SettingsStore::SettingsStore(std::string path) : path_(std::move(path)) {}
+SettingsStore::SettingsStore(std::string path, nlohmann::json brokenFileValues)
+    : path_(std::move(path)), brokenFileValues_(std::move(brokenFileValues)) {}
+
+SettingsStore::FileState SettingsStore::fileState() const {
+    std::lock_guard lock(mutex_);
+    current();
+    if (unreadable_) {
+        return FileState::unreadable;
+    }
+    if (corrupt_) {
+        return FileState::corrupt;
+    }
+    return stamp_.exists ? FileState::readable : FileState::missing;
+}
 
 const nlohmann::json& SettingsStore::current() const {
     FileStamp stamp;
@@ -51,15 +64,23 @@ std::optional<nlohmann::json> SettingsStore::value(const std::string& key) const
     std::lock_guard lock(mutex_);
     const auto& object = current();
     auto found = object.find(key);
-    if (found == object.end()) {
-        return std::nullopt;
+    if (found != object.end()) {
+        return *found;
     }
-    return *found;
+    if (corrupt_ || unreadable_) {
+        if (auto standIn = brokenFileValues_.find(key); standIn != brokenFileValues_.end()) {
+            return *standIn;
+        }
+    }
+    return std::nullopt;
 }
 
 bool SettingsStore::set(const std::string& key, nlohmann::json value) {
     std::lock_guard lock(mutex_);
     nlohmann::json object = current();
+    if (corrupt_ || unreadable_) {
+        object.update(brokenFileValues_);
+    }
     object[key] = std::move(value);
     return replace(object);
 }
@@ -67,7 +88,9 @@ bool SettingsStore::set(const std::string& key, nlohmann::json value) {
 bool SettingsStore::remove(const std::string& key) {
     std::lock_guard lock(mutex_);
     nlohmann::json object = current();
-    if (!object.contains(key)) {
+    if (corrupt_ || unreadable_) {
+        object.update(brokenFileValues_);
+    } else if (!object.contains(key)) {
         return true;
     }
     object.erase(key);

@@ -20,12 +20,23 @@ namespace kvillo {
 // nothing the user had is silently lost. A file that exists but cannot be read also reads as
 // empty, and is never written over.
 //
+// A broken file (corrupt or unreadable) must not quietly give back the
+// defaults of settings whose default is the riskier choice: such keys are
+// given as `brokenFileValues`, which answer for them while the file is
+// broken and are written with the first save that replaces it (unless that
+// save sets them itself).
+//
 // Threads: every member may be called from any thread.
 class SettingsStore {
 public:
-    explicit SettingsStore(std::string path);
+    // What the path held when it was last read.
+    enum class FileState { missing, readable, corrupt, unreadable };
+
+    explicit SettingsStore(std::string path,
+                           nlohmann::json brokenFileValues = nlohmann::json::object());
 
     const std::string& path() const { return path_; }
+    FileState fileState() const;
 
     // The stored value, or none when the key is absent.
     std::optional<nlohmann::json> value(const std::string& key) const;
@@ -47,6 +58,7 @@ private:
     bool replace(const nlohmann::json& object);
 
     std::string path_;
+    nlohmann::json brokenFileValues_;
     mutable std::mutex mutex_;
     mutable FileStamp stamp_;
     mutable nlohmann::json cached_ = nlohmann::json::object();

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
 
 #include "core/settings/features.h"
+#include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
 
 namespace kvillo {
@@ -71,6 +75,48 @@ TEST_F(FeaturesTest, AnotherInstanceSeesChangesAndKeepsThemWhenItWrites) {
     EXPECT_EQ(features_.idleMinutes(), 9);
     EXPECT_FALSE(features_.isEnabled(Features::Key::windowTitles));
     EXPECT_FALSE(other.isEnabled(Features::Key::windowTitles));
+}
+
+// AI access is on by default, so a settings file that breaks must not turn
+// it back on for a user who had turned it off.
+TEST_F(FeaturesTest, ABrokenFileKeepsAiAccessOffUntilTheUserTurnsItOn) {
+    using State = SettingsStore::FileState;
+    const auto ai = Features::Key::aiAccess;
+    struct Row {
+        const char* name;
+        std::function<void()> breakFile;
+        State state;
+    };
+    const Row rows[] = {
+        {"not JSON", [&] { testing::writeFile(file_, R"({"aiAccess": fal)"); }, State::corrupt},
+        {"not an object", [&] { testing::writeFile(file_, "[false]"); }, State::corrupt},
+        {"a folder", [&] { std::filesystem::create_directory(file_); }, State::corrupt},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::filesystem::remove_all(file_);
+        std::filesystem::remove_all(file_ + ".corrupt");
+        row.breakFile();
+        EXPECT_EQ(features_.settingsFileState(), row.state);
+        EXPECT_FALSE(features_.isEnabled(ai));
+        EXPECT_TRUE(features_.isEnabled(Features::Key::windowTitles));  // the rest: defaults
+        features_.setIdleMinutes(9);  // any save, a window's place say
+        EXPECT_EQ(stored(), nlohmann::json::parse(R"({"aiAccess": false, "idleMinutes": 9})"));
+        features_.set(ai, true);
+        EXPECT_TRUE(features_.isEnabled(ai));
+    }
+
+    // A file another user cannot read, though it says on.
+    testing::writeFile(file_, R"({"aiAccess": true})");
+    ::chmod(folder_.path().c_str(), 0755);
+    ::chmod(file_.c_str(), 0600);
+    auto seen = testing::runAsAnotherUser([&] {
+        Features other(file_, [] { return std::string(); });
+        return std::string(other.settingsFileState() == State::unreadable ? "unreadable" : "?") +
+               (other.isEnabled(ai) ? " on" : " off") +
+               (other.isEnabled(Features::Key::windowTitles) ? " on" : " off");
+    });
+    EXPECT_EQ(seen, "unreadable off on");
 }
 
 }  // namespace
