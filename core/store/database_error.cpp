@@ -13,6 +13,8 @@ const char* prefix(DatabaseError::Kind kind) {
             return "Failed to execute statement: ";
         case DatabaseError::Kind::readOnly:
             return "The database cannot be written: ";
+        case DatabaseError::Kind::readFailed:
+            return "Failed to read: ";
     }
     return "";
 }

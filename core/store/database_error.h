@@ -14,6 +14,8 @@ public:
         prepareFailed,    // a statement cannot be prepared; nothing changed
         executionFailed,  // a write did not finish, or the schema failed
         readOnly,         // the file can be read but not written; nothing changed
+        readFailed,       // a query stopped early (locked past the wait, damaged
+                          // file, I/O error); none of its rows are returned
     };
 
     DatabaseError(Kind kind, std::string message);

@@ -49,7 +49,15 @@ void Statement::bind(int index, const std::optional<double>& value) {
 }
 
 bool Statement::nextRow() {
-    return sqlite3_step(statement_) == SQLITE_ROW;
+    switch (sqlite3_step(statement_)) {
+        case SQLITE_ROW:
+            return true;
+        case SQLITE_DONE:
+            return false;
+        default:
+            throw DatabaseError(DatabaseError::Kind::readFailed,
+                                db_ ? sqlite3_errmsg(db_) : "Unknown");
+    }
 }
 
 void Statement::run() {

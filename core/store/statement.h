@@ -26,8 +26,9 @@ public:
     void bind(int index, const std::optional<std::string>& text);
     void bind(int index, const std::optional<double>& value);
 
-    // Steps a query: true while a row is ready. A step error ends the rows
-    // quietly, so a query returns what it read so far.
+    // Steps a query: true while a row is ready, false once all are read.
+    // Any other outcome throws DatabaseError(readFailed): a list cut short
+    // must not pass for the whole one (an empty day, a missing task).
     bool nextRow();
 
     // Steps a write once; anything but SQLITE_DONE throws

@@ -2,6 +2,7 @@
 
 #include "core/mcp/mcp_tools.h"
 #include "tests/core/mcp/mcp_fixture.h"
+#include "tests/support/damaged_store.h"
 
 namespace kvillo {
 namespace {
@@ -188,6 +189,23 @@ TEST_F(Tools, RangesAreWholeDaysAndAtMostNinetyTwo) {
     auto year = tools.parseRange({{"from", "2025-01-01"}, {"to", "2026-03-31"}}, 7);
     EXPECT_EQ(year.end, localTime(2026, 4, 1));
     EXPECT_EQ(year.start, localTime(2025, 12, 30));  // 92 days before 1 April
+}
+
+// A store that cannot be read must not pass for an empty day.
+TEST(ToolsOnADamagedStore, AFailedReadIsAnErrorAnswer) {
+    testing::TempFolder folder;
+    std::string path = folder.file("activities.db");
+    Database(path).insert(testing::act("Code", localTime(2026, 11, 23, 9), std::nullopt));
+    testing::damageEveryTree(path);
+    Database damaged(path);
+    Features features(folder.file("settings.json"), [] { return std::string("Kari"); });
+    testing::FakeClock clock(localTime(2026, 11, 23, 15));
+    McpDispatcher dispatcher(damaged, features, clock);
+    auto answer = Json::parse(*dispatcher.handleBody(
+        R"({"jsonrpc":"2.0","id":1,"method":"tools/call","params":{"name":"get_app_usage"}})"));
+    EXPECT_EQ(answer["result"]["content"][0]["text"],
+              "Error: Failed to read: database disk image is malformed");
+    EXPECT_EQ(answer["result"]["isError"], true);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "core/store/database.h"
+#include "tests/support/damaged_store.h"
 #include "tests/support/records.h"
 #include "tests/support/temp_folder.h"
 
@@ -285,6 +286,33 @@ TEST_F(DatabaseTest, FailedStatementsThrowTypedErrorsAndChangeNothing) {
     expectError([&] { db_.saveProject("Alpha", {"a"}); }, Kind::executionFailed,
                 "Failed to execute statement: no projects today");
     EXPECT_TRUE(db_.fetchProjects().empty());
+}
+
+TEST(DatabaseDamage, AQueryThatCannotReadThrowsInsteadOfEndingEarly) {
+    testing::TempFolder folder;
+    std::string path = folder.file("activities.db");
+    {
+        Database db(path);
+        db.insert(act("Code", 1000, 1100, "main.cpp"));
+        db.insertAnnotation(note("Rapport", 1000, std::nullopt));
+        db.saveProject("Kvillo", {"kvillo"});
+    }
+    testing::damageEveryTree(path);
+    Database db(path);
+    const std::pair<const char*, std::function<void()>> reads[] = {
+        {"fetchActivities", [&] { db.fetchActivities(0, 2000); }},
+        {"fetchActivitiesOn", [&] { db.fetchActivitiesOn(1000, 10); }},
+        {"searchActivities", [&] { db.searchActivities("main", 10); }},
+        {"appUsage", [&] { db.appUsage(0, 2000); }},
+        {"fetchAnnotations", [&] { db.fetchAnnotations(0, 2000); }},
+        {"fetchAnnotationsOn", [&] { db.fetchAnnotationsOn(1000, 10); }},
+        {"currentAnnotation", [&] { db.currentAnnotation(); }},
+        {"fetchProjects", [&] { db.fetchProjects(); }},
+    };
+    for (const auto& [name, read] : reads) {
+        SCOPED_TRACE(name);
+        expectError(read, Kind::readFailed, "Failed to read: database disk image is malformed");
+    }
 }
 
 TEST_F(DatabaseTest, WritesWaitForAnotherProcessesLock) {
