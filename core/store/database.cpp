@@ -168,6 +168,31 @@ Annotation annotationFromRow(const Statement& row) {
     };
 }
 
+// Makes the statements run between construction and commit() one write:
+// BEGIN IMMEDIATE takes the file's write lock at once (waiting like any
+// write), so no other process writes in between; without commit() it all
+// rolls back. Throws DatabaseError(executionFailed).
+class WriteTransaction {
+public:
+    explicit WriteTransaction(sqlite3* db) : db_(db) { Statement(db_, "BEGIN IMMEDIATE;").run(); }
+    ~WriteTransaction() {
+        if (!committed_) {
+            sqlite3_exec(db_, "ROLLBACK;", nullptr, nullptr, nullptr);
+        }
+    }
+    WriteTransaction(const WriteTransaction&) = delete;
+    WriteTransaction& operator=(const WriteTransaction&) = delete;
+
+    void commit() {
+        Statement(db_, "COMMIT;").run();
+        committed_ = true;
+    }
+
+private:
+    sqlite3* db_;
+    bool committed_ = false;
+};
+
 enum class Access { readOnly, immutable };
 
 // Opens the file for reading and writing with its schema in place, in WAL
@@ -396,13 +421,19 @@ void Database::endOpenAnnotations(TimePoint at) {
 
 std::int64_t Database::insertAnnotation(const Annotation& annotation) {
     auto lock = lockForWriting();
+    // Another process (the bridge, a second server) may be inserting too:
+    // ending and inserting apart would let both end the same task and
+    // leave two open.
+    WriteTransaction transaction(db_);
     endOpenAnnotations(annotation.startedAt);
     Statement statement(db_, kInsertAnnotation);
     statement.bind(1, annotation.text);
     statement.bind(2, annotation.startedAt);
     statement.bind(3, annotation.endedAt);
     statement.run();
-    return sqlite3_last_insert_rowid(db_);
+    std::int64_t id = sqlite3_last_insert_rowid(db_);
+    transaction.commit();
+    return id;
 }
 
 void Database::endCurrentAnnotation(TimePoint at) {

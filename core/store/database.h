@@ -80,8 +80,10 @@ public:
     std::vector<AppUsageSummary> appUsageOn(TimePoint day);
     std::vector<AppUsageSummary> appUsage(TimePoint from, TimePoint to);
 
-    // Annotations. Inserting first ends the open one at the new start (never
-    // before its own start), so at most one is open afterwards.
+    // Annotations. Inserting ends the open one at the new start (never
+    // before its own start) and inserts in one transaction, so at most one
+    // is open at any time, whichever processes write; a failed insert
+    // changes nothing.
     std::int64_t insertAnnotation(const Annotation& annotation);
     void endCurrentAnnotation(TimePoint at);
     // Overlapping the day (or [from, to)): newest first / oldest first.

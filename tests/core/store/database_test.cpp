@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <ctime>
@@ -210,6 +211,56 @@ TEST_F(DatabaseTest, InsertingAnAnnotationEndsTheOpenOne) {
     EXPECT_EQ(db_.fetchAnnotations(0, 5000), (std::vector{note("Rapport", 1000, 1600, report),
                                                           note("Tilbake i tid", 1200, 1200, back),
                                                           note("Møte", 1600, 1600, meeting)}));
+}
+
+TEST_F(DatabaseTest, AFailedAnnotationInsertLeavesTheOpenTaskOpen) {
+    auto open = db_.insertAnnotation(note("Rapport", 1000, std::nullopt));
+    exec(path_,
+         "CREATE TRIGGER refuse BEFORE INSERT ON annotations "
+         "BEGIN SELECT RAISE(ABORT, 'disk full'); END;");
+    expectError([&] { db_.insertAnnotation(note("Møte", 1600, std::nullopt)); },
+                Kind::executionFailed, "Failed to execute statement: disk full");
+    EXPECT_EQ(db_.currentAnnotation(), note("Rapport", 1000, std::nullopt, open));
+}
+
+TEST(DatabaseAnnotations, WritersInSeveralProcessesNeverLeaveTwoTasksOpen) {
+    testing::TempFolder folder;
+    std::string path = folder.file("activities.db");
+    Database(path).fetchProjects();
+    constexpr int kWriters = 4;
+    constexpr int kEach = 150;
+    std::vector<pid_t> writers;
+    for (int w = 0; w < kWriters; ++w) {
+        writers.push_back(startChild([&] {
+            try {
+                Database db(path);
+                for (int i = 0; i < kEach; ++i) {
+                    timespec now{};
+                    ::clock_gettime(CLOCK_REALTIME, &now);
+                    db.insertAnnotation(
+                        note("Task", now.tv_sec + now.tv_nsec * 1e-9, std::nullopt));
+                }
+                return 0;
+            } catch (const DatabaseError&) {
+                return 1;
+            }
+        }));
+    }
+    for (pid_t writer : writers) {
+        EXPECT_EQ(exitStatus(writer), 0);
+    }
+    // Each insert ends the one open task at its start, so in insert order
+    // every task ends where the next begins (or at its own start). Two open
+    // at once would both have been ended by a later insert than the next.
+    auto tasks = Database(path).fetchAnnotations(0, 4e9);
+    ASSERT_EQ(tasks.size(), static_cast<size_t>(kWriters * kEach));
+    std::sort(tasks.begin(), tasks.end(), [](const auto& a, const auto& b) { return a.id < b.id; });
+    int wrong = 0;
+    for (size_t i = 0; i + 1 < tasks.size(); ++i) {
+        wrong += tasks[i].endedAt != std::max(tasks[i].startedAt, tasks[i + 1].startedAt);
+    }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_FALSE(tasks.back().endedAt);
 }
 
 TEST_F(DatabaseTest, AnnotationsAreFoundByOverlapWithTheDay) {
