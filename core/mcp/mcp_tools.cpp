@@ -228,8 +228,12 @@ ToolResult McpTools::getDailySummary(const Json& args) {
     const TimeRange range = parseRange(args, 7);
     std::vector<std::string> lines{"Daily summary:"};
     Duration grandTotal = 0;
+    // Read once for the whole range (oldest first): each day's own query
+    // would walk every older note again.
+    const auto annotations = database_.fetchAnnotations(range.start, range.end);
     for (TimePoint day = range.start; day < range.end; day = calendar::addDays(day, 1)) {
-        auto usage = database_.appUsage(day, calendar::addDays(day, 1));
+        const TimePoint nextDay = calendar::addDays(day, 1);
+        auto usage = database_.appUsage(day, nextDay);
         Duration dayTotal = 0;
         for (const auto& summary : usage) {
             dayTotal += summary.totalDuration;
@@ -247,12 +251,16 @@ ToolResult McpTools::getDailySummary(const Json& args) {
             }
             lines.push_back("  Top apps: " + join(top, ", "));
         }
-        auto annotations = database_.fetchAnnotationsOn(day, kAnnotationLimit);
-        if (!annotations.empty()) {
-            std::vector<std::string> texts;
-            for (auto it = annotations.rbegin(); it != annotations.rend(); ++it) {
-                texts.push_back(it->text);
+        std::vector<std::string> texts;  // the day's latest notes, oldest first
+        for (const auto& note : annotations) {
+            if (note.startedAt < nextDay && (!note.endedAt || *note.endedAt > day)) {
+                texts.push_back(note.text);
             }
+        }
+        if (texts.size() > static_cast<size_t>(kAnnotationLimit)) {
+            texts.erase(texts.begin(), texts.end() - kAnnotationLimit);
+        }
+        if (!texts.empty()) {
             lines.push_back("  Worked on: " + join(texts, "; "));
         }
         grandTotal += dayTotal;

@@ -33,7 +33,9 @@ public:
     static constexpr const char* kFileName = "activities.db";
 
     // The schema, executed as a whole at every open; every statement is
-    // "IF NOT EXISTS", so opening an existing file changes nothing.
+    // "IF NOT EXISTS", so opening an existing file only adds what it lacks
+    // (a file from an older version gains its covering index, about a
+    // second's work on five years of activities).
     static const char* const kSchema;
 
     // Opens or creates the file and its schema in WAL mode, and waits up to
@@ -75,8 +77,11 @@ public:
     // App name or title LIKE %query% (ASCII case-insensitive; % and _ act as
     // wildcards), newest first.
     std::vector<Activity> searchActivities(const std::string& query, int limit);
-    // Totals per application name and bundle id, largest first; open
-    // activities count up to the wall clock.
+    // Totals per application name and bundle id, largest first (equal ones
+    // by name, then bundle id); open activities count up to the wall clock.
+    // The latest title is that of the group's latest activity in the range
+    // with a non-empty title (of several starting together, the first
+    // inserted).
     std::vector<AppUsageSummary> appUsageOn(TimePoint day);
     std::vector<AppUsageSummary> appUsage(TimePoint from, TimePoint to);
 

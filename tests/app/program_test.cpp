@@ -41,6 +41,8 @@ constexpr const char* kSchemaDump =
     "CREATE TABLE sqlite_sequence(name,seq);\n"
     "CREATE INDEX idx_activities_start ON activities(start_time);\n"
     "CREATE INDEX idx_activities_app   ON activities(app_name);\n"
+    "CREATE INDEX idx_activities_covering\n"
+    "    ON activities(start_time, app_name, bundle_id, title, end_time);\n"
     "CREATE TABLE annotations (\n"
     "    id         INTEGER PRIMARY KEY AUTOINCREMENT,\n"
     "    text       TEXT    NOT NULL,\n"

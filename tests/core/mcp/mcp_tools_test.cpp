@@ -70,6 +70,26 @@ TEST_F(Tools, UsageAndTheDailySummary) {
     EXPECT_EQ(week.find("Mon 2026-11-16"), std::string::npos);
 }
 
+// A note belongs to every day it overlaps; a day names its latest hundred.
+TEST_F(Tools, TheDailySummaryNamesEachDaysLatestHundredNotes) {
+    using testing::note;
+    db_.insertAnnotation(note("Natt", localTime(2026, 11, 20, 23), localTime(2026, 11, 21, 2)));
+    std::string saturday = "  Worked on: ";
+    for (int i = 0; i <= 100; ++i) {
+        double start = localTime(2026, 11, 21, 3) + i * 60;
+        db_.insertAnnotation(note("N" + std::to_string(i), start, start + 30));
+        saturday += i < 2 ? "" : "N" + std::to_string(i) + "; ";
+    }
+    db_.insertAnnotation(note("Kveld", localTime(2026, 11, 21, 22), localTime(2026, 11, 22)));
+    std::string summary = tool("get_daily_summary", {{"from", "2026-11-20"}, {"to", "2026-11-22"}});
+    for (const std::string& day : std::vector<std::string>{
+             "Fri 2026-11-20 \u2013 active 0m\n  (no activity)\n  Worked on: Natt\n",
+             "Sat 2026-11-21 \u2013 active 0m\n  (no activity)\n" + saturday + "Kveld\n",
+             "Sun 2026-11-22 \u2013 active 0m\n  (no activity)\n\n"}) {
+        EXPECT_NE(summary.find(day), std::string::npos) << day << "\nnot in\n" << summary;
+    }
+}
+
 TEST_F(Tools, ProjectTimeListsNoProjectLast) {
     add("Terminal", localTime(2026, 11, 23, 11), 120);
     EXPECT_EQ(tool("get_project_time"),

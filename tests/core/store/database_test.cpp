@@ -10,6 +10,7 @@
 #include <csignal>
 #include <ctime>
 #include <functional>
+#include <random>
 #include <thread>
 
 #include "core/store/database.h"
@@ -108,6 +109,28 @@ TEST(DatabaseOpen, UnusableFilesFailWithTypedErrors) {
                 "Failed to prepare statement: no such column: name");
 }
 
+TEST(DatabaseOpen, AFileFromBeforeTheCoveringIndexGainsIt) {
+    testing::TempFolder folder;
+    std::string path = folder.file("activities.db");
+    exec(path,
+         "CREATE TABLE activities (id INTEGER PRIMARY KEY AUTOINCREMENT, app_name TEXT NOT NULL, "
+         "bundle_id TEXT, title TEXT, start_time REAL NOT NULL, end_time REAL, "
+         "created_at REAL NOT NULL DEFAULT (strftime('%s','now')));"
+         "INSERT INTO activities (app_name, start_time) VALUES ('Code', 1000);");
+    Database(path).fetchProjects();
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
+    sqlite3_stmt* found = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(db,
+                                 "SELECT sql FROM sqlite_schema "
+                                 "WHERE name = 'idx_activities_covering';",
+                                 -1, &found, nullptr),
+              SQLITE_OK);
+    EXPECT_EQ(sqlite3_step(found), SQLITE_ROW);
+    sqlite3_finalize(found);
+    sqlite3_close(db);
+}
+
 TEST_F(DatabaseTest, ActivitiesRoundTripThroughAReopenedFile) {
     Activity full{.appName = "Firefox",
                   .bundleID = "firefox",
@@ -196,6 +219,87 @@ TEST_F(DatabaseTest, AppUsageGroupsByNameAndBundleAndCountsOpenRowsToNow) {
               (std::vector<AppUsageSummary>{{"Code", "code", 150, 2, "a.cpp"},
                                             {"Terminal", std::nullopt, 140, 1, std::nullopt},
                                             {"Code", "code-insiders", 10, 1, std::nullopt}}));
+}
+
+// The usage statement as first written, which looked for each
+// application's latest title through its whole history: slow on years of
+// data, but what the store's answers must still be.
+constexpr const char* kFormerUsage = R"(
+SELECT a.app_name, a.bundle_id,
+       SUM(COALESCE(a.end_time, strftime('%s','now')) - a.start_time) AS total_secs,
+       COUNT(*) AS sessions,
+       (SELECT title FROM activities a2
+        WHERE a2.app_name = a.app_name
+          AND (a2.bundle_id = a.bundle_id OR (a2.bundle_id IS NULL AND a.bundle_id IS NULL))
+          AND a2.start_time >= ? AND a2.start_time < ?
+          AND a2.title IS NOT NULL AND a2.title != ''
+        ORDER BY a2.start_time DESC LIMIT 1) AS latest_title
+FROM activities a
+WHERE a.start_time >= ? AND a.start_time < ? AND a.app_name != 'loginwindow'
+GROUP BY a.app_name, a.bundle_id
+ORDER BY total_secs DESC;)";
+
+std::vector<AppUsageSummary> formerUsage(const std::string& path, double from, double to) {
+    sqlite3* db = nullptr;
+    sqlite3_open(path.c_str(), &db);
+    sqlite3_stmt* statement = nullptr;
+    EXPECT_EQ(sqlite3_prepare_v2(db, kFormerUsage, -1, &statement, nullptr), SQLITE_OK);
+    for (int i : {0, 2}) {
+        sqlite3_bind_double(statement, i + 1, from);
+        sqlite3_bind_double(statement, i + 2, to);
+    }
+    auto text = [&](int column) -> std::optional<std::string> {
+        auto bytes = sqlite3_column_text(statement, column);
+        return bytes ? std::optional<std::string>(reinterpret_cast<const char*>(bytes))
+                     : std::nullopt;
+    };
+    std::vector<AppUsageSummary> rows;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+        rows.push_back({*text(0), text(1), sqlite3_column_double(statement, 2),
+                        sqlite3_column_int(statement, 3), text(4)});
+    }
+    sqlite3_finalize(statement);
+    sqlite3_close(db);
+    return rows;
+}
+
+TEST_F(DatabaseTest, UsageAnswersAsTheFormerStatementDid) {
+    // Starts and lengths on a coarse grid, so that activities start together
+    // and totals tie; one name under two bundle ids and under none, titles
+    // missing or empty, open rows (counted to the wall clock), the lock
+    // screen.
+    const double now = static_cast<double>(std::time(nullptr));
+    const char* apps[] = {"Code", "Firefox", "Mail", "loginwindow"};
+    const std::optional<std::string> bundles[] = {std::nullopt, "one", "two"};
+    const std::optional<std::string> titles[] = {std::nullopt, "", "a.cpp", "b.cpp", "Inbox"};
+    std::mt19937 random(20261123);
+    auto pick = [&](int count) { return std::uniform_int_distribution<int>(0, count - 1)(random); };
+    for (int i = 0; i < 400; ++i) {
+        Activity activity = act(apps[pick(4)], now - 100 * kMinute + pick(100) * kMinute,
+                                std::nullopt, titles[pick(5)]);
+        activity.bundleID = bundles[pick(3)];
+        if (pick(20) != 0) {
+            activity.endTime = activity.startTime + pick(4) * kMinute;
+        }
+        db_.insert(activity);
+    }
+    std::vector<std::pair<double, double>> ranges{{0, 4e9}, {now, now + kHour}};
+    for (int i = 0; i < 40; ++i) {
+        double from = now - 100 * kMinute + pick(100) * kMinute;
+        ranges.emplace_back(from, from + (1 + pick(30)) * kMinute);
+    }
+    for (auto [from, to] : ranges) {
+        SCOPED_TRACE(::testing::PrintToString(std::pair(from - now, to - now)));
+        // Open rows count to the second, so the former answer is taken
+        // before and after: when both agree, no second passed in between.
+        std::vector<AppUsageSummary> before, answer, after;
+        for (int attempt = 0; attempt < 5 && (attempt == 0 || before != after); ++attempt) {
+            before = formerUsage(path_, from, to);
+            answer = db_.appUsage(from, to);
+            after = formerUsage(path_, from, to);
+        }
+        EXPECT_EQ(answer, before);
+    }
 }
 
 TEST_F(DatabaseTest, InsertingAnAnnotationEndsTheOpenOne) {
