@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <iostream>
 
+#include "core/files/private_folder.h"
 #include "core/mcp/mcp_server_error.h"
 #include "platform/linux/user_account.h"
 
@@ -32,8 +33,7 @@ std::optional<std::string> AppDelegate::launch() {
 
     // An existing folder is fine, and any other failure shows up as the
     // database failing to open, which is reported with its path.
-    std::error_code ignored;
-    std::filesystem::create_directories(paths_.dataFolder, ignored);
+    createPrivateFolder(paths_.dataFolder);
 
     try {
         database_ = std::make_unique<Database>(paths_.databaseFile);

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <string>
 
+#include "core/files/private_folder.h"
 #include "core/mcp/mcp_dispatcher.h"
 #include "core/time/system_clock.h"
 #include "platform/linux/app_paths.h"
@@ -14,8 +15,8 @@
 int main() {
     std::ios::sync_with_stdio(false);
     auto paths = kvillo::AppPaths::fromEnvironment();
-    std::error_code ignored;
-    std::filesystem::create_directories(paths.dataFolder, ignored);
+    // Any failure shows up as the database failing to open.
+    kvillo::createPrivateFolder(paths.dataFolder);
     try {
         kvillo::Database database(paths.databaseFile);
         kvillo::Features features(paths.settingsFile, kvillo::fullUserName);

@@ -1,6 +1,8 @@
 #include "core/store/database.h"
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include "core/store/statement.h"
 #include "core/time/calendar.h"
@@ -273,6 +275,11 @@ sqlite3* openForReading(const std::string& path, Access access, std::string& fai
 }  // namespace
 
 Database::Database(std::string path) : path_(std::move(path)) {
+    // The log is the user's alone; SQLite gives its journal files the same
+    // mode. An existing file keeps the mode it has.
+    if (int fd = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600); fd >= 0) {
+        ::close(fd);
+    }
     std::string failure;
     db_ = openForWriting(path_, failure);
     if (db_) {

@@ -38,7 +38,7 @@ public:
     // second's work on five years of activities).
     static const char* const kSchema;
 
-    // Opens or creates the file and its schema in WAL mode, and waits up to
+    // Opens or creates the file (0600) and its schema in WAL mode, and waits up to
     // 5 s for another process's lock rather than failing a write. A file
     // that can be read but not written (a write-protected file or folder)
     // is opened for reading; see readOnlyReason(). Throws

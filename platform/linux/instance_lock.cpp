@@ -16,6 +16,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "core/files/private_folder.h"
+
 namespace kvillo {
 namespace {
 
@@ -137,8 +139,7 @@ InstanceLock::Outcome InstanceLock::acquire(const std::string& dataFolder,
     }
     if (fd < 0) {
         // Any failure shows up as the lock file failing to open.
-        std::error_code ignored;
-        std::filesystem::create_directories(absolute, ignored);
+        createPrivateFolder(absolute);
         files = filesIn(absolute, "instance");
         fd = openLockFile(files.lockFile);
         if (fd < 0) {

@@ -98,6 +98,13 @@ TEST(Program, HeadlessStartCreatesTheStoreAndSignalsEndItCleanly) {
         EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
         EXPECT_EQ(kvillo.standardError(), kNoDisplay);
     }
+    // The log is the user's alone, whatever the umask.
+    auto mode = [](const std::string& path) {
+        return std::filesystem::status(path).permissions() & std::filesystem::perms::all;
+    };
+    EXPECT_EQ(mode(home.file("data/Kvillo")), std::filesystem::perms::owner_all);
+    EXPECT_EQ(mode(database),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     auto dump = runProcess({"sqlite3", database, ".schema"});
     ASSERT_EQ(dump.status, 0) << dump.error;
     EXPECT_EQ(dump.output, kSchemaDump);
