@@ -13,13 +13,6 @@ constexpr const char* kBullet = "\u2022 ";
 constexpr const char* kDash = " \u2013 ";
 constexpr const char* kArrow = " \u2192 ";
 
-// "2024-11-05T09:30:00": UTC without the zone suffix.
-std::string utcDateTime(TimePoint t) {
-    std::string text = iso8601::format(t);
-    text.pop_back();
-    return text;
-}
-
 }  // namespace
 
 std::string formatSeconds(Duration seconds) {
@@ -42,8 +35,8 @@ std::string formatActivities(const std::vector<Activity>& activities) {
         if (activity.title) {
             line += kDash + *activity.title;
         }
-        line += "  [" + utcDateTime(activity.startTime) + kArrow +
-                (activity.endTime ? utcDateTime(*activity.endTime) : "ongoing") + "]  (" +
+        line += "  [" + iso8601::formatLocal(activity.startTime) + kArrow +
+                (activity.endTime ? iso8601::formatLocal(*activity.endTime) : "ongoing") + "]  (" +
                 activity.formattedDuration() + ")";
         lines.push_back(std::move(line));
     }
@@ -56,10 +49,10 @@ std::string formatAnnotations(const std::vector<Annotation>& annotations, TimePo
     }
     std::vector<std::string> lines{"Annotations (" + std::to_string(annotations.size()) + "):"};
     for (const auto& annotation : annotations) {
-        lines.push_back(kBullet + annotation.text + "  [" + utcDateTime(annotation.startedAt) +
-                        kArrow +
-                        (annotation.endedAt ? utcDateTime(*annotation.endedAt) : "ongoing") +
-                        "]  (" + annotation.formattedDuration(now) + ")");
+        lines.push_back(
+            kBullet + annotation.text + "  [" + iso8601::formatLocal(annotation.startedAt) +
+            kArrow + (annotation.endedAt ? iso8601::formatLocal(*annotation.endedAt) : "ongoing") +
+            "]  (" + annotation.formattedDuration(now) + ")");
     }
     return join(lines, "\n");
 }

@@ -11,8 +11,9 @@
 namespace kvillo {
 
 // The plain-text reports AI assistants read: short headed lists, one line
-// per item, fixed English wording. Times are UTC unless a report says
-// otherwise. Pure functions.
+// per item, fixed English wording. Date-times are the user's local time with
+// its UTC offset ("2024-11-05T10:30:00+01:00"); clock times within one day
+// are local "HH:mm". Pure functions of their arguments and the current zone.
 namespace McpReports {
 
 // "59m" below an hour, else "1h 5m" (truncated to whole minutes).

@@ -221,7 +221,7 @@ ToolResult McpTools::annotate(const Json& args) {
         }
     }
     database_.insertAnnotation(Annotation{.text = text, .startedAt = start});
-    return {"Annotation started: " + text + " (since " + iso8601::format(start) + ")"};
+    return {"Annotation started: " + text + " (since " + iso8601::formatLocal(start) + ")"};
 }
 
 ToolResult McpTools::getDailySummary(const Json& args) {

@@ -178,6 +178,22 @@ TimeRange dayRange(TimePoint t) {
     return {start, timeOf(*calendar)};
 }
 
+int utcOffset(TimePoint t) {
+    // Asked once per date-time in a report: the zone alone answers, without
+    // building a calendar.
+    thread_local std::unique_ptr<icu::TimeZone> zone;
+    thread_local unsigned zoneMadeIn = 0;
+    unsigned current = generation.load();
+    if (!zone || zoneMadeIn != current) {
+        zone.reset(icu::TimeZone::createDefault());
+        zoneMadeIn = current;
+    }
+    int32_t raw = 0, dst = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    zone->getOffset(t * kMillisPerSecond, false, raw, dst, status);
+    return U_SUCCESS(status) ? (raw + dst) / 1000 : 0;
+}
+
 int isoWeek(TimePoint t) {
     UErrorCode status = U_ZERO_ERROR;
     return calendarAt(t)->get(UCAL_WEEK_OF_YEAR, status);

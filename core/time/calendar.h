@@ -36,6 +36,10 @@ TimePoint addDays(TimePoint t, int days);
 TimeRange rangeOf(Unit unit, TimePoint t);
 TimeRange dayRange(TimePoint t);
 
+// How many seconds the zone's wall clock is ahead of UTC at t, daylight
+// saving time included (3600 for Oslo in winter, 20700 for Kathmandu).
+int utcOffset(TimePoint t);
+
 // The ISO week number (1 to 53) of t.
 int isoWeek(TimePoint t);
 

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <ctime>
+
+#include "core/time/calendar.h"
 
 namespace kvillo::iso8601 {
 namespace {
@@ -35,17 +38,24 @@ bool expect(std::string_view text, size_t& pos, char c) {
 }  // namespace
 
 std::string format(TimePoint t) {
+    std::string text = format(t, 0);
+    text.replace(19, std::string::npos, "Z");
+    return text;
+}
+
+std::string format(TimePoint t, int utcOffset) {
     // Calendar arithmetic and plain digits instead of gmtime and strftime:
     // reports write hundreds of these per request.
     using namespace std::chrono;
-    // Years 0001 to 9999: the form has four digits for them.
+    int offsetMinutes = utcOffset / 60;
+    // Years 0001 to 9999 on the wall clock: the form has four digits for them.
     constexpr double kFirst = -62135596800.0, kLast = 253402300799.0;
-    double bounded = std::isfinite(t) ? std::clamp(std::floor(t), kFirst, kLast) : 0;
-    sys_seconds instant{seconds{static_cast<long long>(bounded)}};
+    double wall = std::isfinite(t) ? std::floor(t) + offsetMinutes * 60.0 : 0;
+    sys_seconds instant{seconds{static_cast<long long>(std::clamp(wall, kFirst, kLast))}};
     auto day = floor<days>(instant);
     year_month_day date{day};
     hh_mm_ss clock{instant - day};
-    std::string text = "0000-00-00T00:00:00Z";
+    std::string text = "0000-00-00T00:00:00+00:00";
     auto put = [&text](size_t at, long long value, int width) {
         for (int i = width - 1; i >= 0; --i, value /= 10) {
             text[at + static_cast<size_t>(i)] = static_cast<char>('0' + value % 10);
@@ -57,7 +67,14 @@ std::string format(TimePoint t) {
     put(11, clock.hours().count(), 2);
     put(14, clock.minutes().count(), 2);
     put(17, clock.seconds().count(), 2);
+    text[19] = offsetMinutes < 0 ? '-' : '+';
+    put(20, std::abs(offsetMinutes) / 60, 2);
+    put(23, std::abs(offsetMinutes) % 60, 2);
     return text;
+}
+
+std::string formatLocal(TimePoint t) {
+    return format(t, calendar::utcOffset(t));
 }
 
 std::optional<TimePoint> parse(std::string_view text) {

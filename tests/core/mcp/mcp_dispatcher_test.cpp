@@ -181,7 +181,7 @@ TEST_F(Dispatcher, ResourcesReadTheDaysOfTheClock) {
     EXPECT_EQ(yesterday["contents"][0]["uri"], "kvillo://activities/yesterday");
     EXPECT_EQ(yesterday["contents"][0]["text"],
               "Activities (1 sessions):\n"
-              "\u2022 Code  [2026-11-22T09:00:00 \u2192 2026-11-22T09:05:00]  (5m 0s)");
+              "\u2022 Code  [2026-11-22T10:00:00+01:00 \u2192 2026-11-22T10:05:00+01:00]  (5m 0s)");
     EXPECT_EQ(call("resources/read",
                    {{"uri", "kvillo://activities/today"}})["result"]["contents"][0]["text"],
               "No activities found.");  // no annotations, so no blank line either

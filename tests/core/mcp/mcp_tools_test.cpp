@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "core/mcp/mcp_tools.h"
+#include "core/time/iso8601.h"
 #include "tests/core/mcp/mcp_fixture.h"
 #include "tests/support/damaged_store.h"
 
@@ -25,14 +26,18 @@ protected:
 TEST_F(Tools, ActivitiesOfADayWithTheirNotes) {
     EXPECT_EQ(tool("get_activities"),
               "Activities (3 sessions):\n"
-              "\u2022 Terminal  [2026-11-23T09:00:00 \u2192 2026-11-23T09:30:00]  (30m 0s)\n"
-              "\u2022 Firefox \u2013 Inbox  [2026-11-23T08:40:00 \u2192 2026-11-23T08:41:00]  "
-              "(1m 0s)\n"
-              "\u2022 Code \u2013 kvillo \u2014 main.cpp  [2026-11-23T08:00:00 \u2192 "
-              "2026-11-23T08:40:00]  (40m 0s)\n"
+              "\u2022 Terminal  [2026-11-23T10:00:00+01:00 \u2192 2026-11-23T10:30:00+01:00]  "
+              "(30m 0s)\n"
+              "\u2022 Firefox \u2013 Inbox  [2026-11-23T09:40:00+01:00 \u2192 "
+              "2026-11-23T09:41:00+01:00]  (1m 0s)\n"
+              "\u2022 Code \u2013 kvillo \u2014 main.cpp  [2026-11-23T09:00:00+01:00 \u2192 "
+              "2026-11-23T09:40:00+01:00]  (40m 0s)\n"
               "\n"
               "Annotations (1):\n"
-              "\u2022 Skriver tester  [2026-11-23T08:00:00 \u2192 2026-11-23T09:00:00]  (1h 0m)");
+              "\u2022 Skriver tester  [2026-11-23T09:00:00+01:00 \u2192 "
+              "2026-11-23T10:00:00+01:00]  (1h 0m)");
+    EXPECT_EQ(tool("get_annotations"),
+              tool("get_activities").substr(tool("get_activities").find("Annotations (1):")));
     EXPECT_EQ(tool("get_activities", {{"limit", "1"}}), tool("get_activities"));
     EXPECT_TRUE(tool("get_activities", {{"limit", 1}}).starts_with("Activities (1 sessions):"));
     EXPECT_EQ(tool("get_activities", {{"date", "2026-11-22"}}), "No activities found.");
@@ -166,21 +171,53 @@ TEST_F(Tools, ProjectsAreListedSavedAndDeleted) {
 }
 
 TEST_F(Tools, AnnotateStartsBackdatedTasksAndEndsThem) {
-    // 15:00 in Oslo is 14:00 UTC.
     EXPECT_EQ(tool("annotate", {{"text", " Fixing auth bug "}, {"duration", "1h30m"}}),
-              "Annotation started: Fixing auth bug (since 2026-11-23T12:30:00Z)");
+              "Annotation started: Fixing auth bug (since 2026-11-23T13:30:00+01:00)");
     // The point is skipped, as a blank is: "1.5h" reads as fifteen hours.
     EXPECT_EQ(tool("annotate", {{"text", "Review"}, {"duration", "1.5h"}}),
-              "Annotation started: Review (since 2026-11-22T23:00:00Z)");
+              "Annotation started: Review (since 2026-11-23T00:00:00+01:00)");
     EXPECT_EQ(tool("annotate", {{"text", "Now"}, {"duration", "soon"}}),
-              "Annotation started: Now (since 2026-11-23T14:00:00Z)");
+              "Annotation started: Now (since 2026-11-23T15:00:00+01:00)");
     EXPECT_EQ(db_.currentAnnotation()->text, "Now");
     // Absurd backdating is cut to 3660 days rather than overflowing.
     EXPECT_EQ(tool("annotate", {{"text", "Old"}, {"duration", "999999999999999h999999999999999h"}}),
-              "Annotation started: Old (since 2016-11-15T14:00:00Z)");
+              "Annotation started: Old (since 2016-11-15T15:00:00+01:00)");
     EXPECT_EQ(tool("annotate", {{"text", "  "}}), "Ended current annotation.");
     EXPECT_FALSE(db_.currentAnnotation());
     EXPECT_TRUE(tool("get_annotations").starts_with("Annotations (5):"));
+}
+
+// Every date-time is the user's own clock with its offset, so that "when did
+// I start?" is answered right in any zone, and across a clock change.
+TEST_F(Tools, DateTimesAreTheUsersClockWithItsOffset) {
+    // Oslo's clocks go back from 03:00 to 02:00 at 01:00 UTC on this day.
+    const double start = *iso8601::parse("2026-10-25T00:30:00Z");
+    add("Shift", start, 60);
+    clock_.set(start + testing::kHour);
+    struct Row {
+        const char* zone;
+        const char* start;
+        const char* end;
+    };
+    const Row rows[] = {
+        {"Europe/Oslo", "2026-10-25T02:30:00+02:00", "2026-10-25T02:30:00+01:00"},
+        {"Asia/Kathmandu", "2026-10-25T06:15:00+05:45", "2026-10-25T07:15:00+05:45"},
+        {"America/St_Johns", "2026-10-24T22:00:00-02:30", "2026-10-24T23:00:00-02:30"},
+        {"UTC", "2026-10-25T00:30:00+00:00", "2026-10-25T01:30:00+00:00"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.zone);
+        testing::ScopedTimeZone zone(row.zone);
+        std::string interval = std::string(row.start) + " \u2192 " + row.end;
+        EXPECT_NE(tool("search_activities", {{"query", "Shift"}}).find(interval), std::string::npos)
+            << tool("search_activities", {{"query", "Shift"}});
+        EXPECT_EQ(tool("annotate", {{"text", row.zone}, {"duration", "1h"}}),
+                  "Annotation started: " + std::string(row.zone) + " (since " + row.start + ")");
+        tool("annotate", {{"text", ""}});
+        EXPECT_NE(tool("get_annotations").find(std::string(row.zone) + "  [" + interval),
+                  std::string::npos)
+            << tool("get_annotations");
+    }
 }
 
 TEST(McpToolsArguments, DurationsReadHoursMinutesAndBareMinutes) {

@@ -125,5 +125,25 @@ TEST(Iso8601, ParsesZonesAndFractionsAndRejectsTheRest) {
     EXPECT_EQ(iso8601::format(1795428000.9), "2026-11-23T10:00:00Z");
 }
 
+TEST(Iso8601, WithAnOffsetTheWallClockAndTheOffsetNameTheSameInstant) {
+    struct Row {
+        int offset;
+        const char* text;
+    };
+    const Row rows[] = {
+        {0, "2026-11-23T10:00:00+00:00"},
+        {20700, "2026-11-23T15:45:00+05:45"},
+        {-12600, "2026-11-23T06:30:00-03:30"},
+        {-36000, "2026-11-23T00:00:00-10:00"},
+        // Local mean time, New York's -4:56:02, is cut to whole minutes.
+        {-17762, "2026-11-23T05:04:00-04:56"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        EXPECT_EQ(iso8601::format(1795428000.9, row.offset), row.text);
+        EXPECT_EQ(iso8601::parse(row.text), 1795428000.0);
+    }
+}
+
 }  // namespace
 }  // namespace kvillo
