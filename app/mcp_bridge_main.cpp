@@ -34,9 +34,12 @@ int main() {
             try {
                 answer = dispatcher.handleBody(line);
             } catch (const std::exception& error) {
-                // One bad message must not end the session.
+                // One bad message must not end the session, nor leave the
+                // client waiting; its id could not be read.
                 std::cerr << "kvillo-mcp: " << error.what() << "\n";
-                continue;
+                answer = kvillo::writeJson(
+                    kvillo::errorResponse(std::nullopt, kvillo::JsonRpcCode::internalError,
+                                          std::string("Internal error: ") + error.what()));
             }
             if (answer) {
                 std::cout << *answer << '\n' << std::flush;

@@ -13,9 +13,8 @@ Json idToJson(const JsonRpcId& id) {
 Json response(const std::optional<JsonRpcId>& id) {
     Json object = Json::object();
     object["jsonrpc"] = "2.0";
-    if (id) {
-        object["id"] = idToJson(*id);
-    }
+    // Only a parse error has no id to echo; JSON-RPC 2.0 has it answer null.
+    object["id"] = id ? idToJson(*id) : Json(nullptr);
     return object;
 }
 

@@ -36,7 +36,8 @@ inline constexpr int internalError = -32603;
 // "Parse error: " in the answer.
 std::variant<JsonRpcRequest, std::string> readRequest(const Json& value);
 
-// {"jsonrpc":"2.0","id":…,"result":…}; the id key is left out when absent.
+// {"jsonrpc":"2.0","id":…,"result":…}; the id is null when absent (a
+// request that could not be read).
 Json resultResponse(const std::optional<JsonRpcId>& id, Json result);
 // {"jsonrpc":"2.0","id":…,"error":{"code":…,"message":…}}.
 Json errorResponse(const std::optional<JsonRpcId>& id, int code, std::string message);

@@ -26,6 +26,8 @@ Json toolResult(const std::string& text, bool isError) {
     return result;
 }
 
+constexpr const char* kAiAccessOff = "AI access is turned off in Kvillo's settings.";
+
 Json parseError(const std::string& reason) {
     return errorResponse(std::nullopt, JsonRpcCode::parseError, "Parse error: " + reason);
 }
@@ -37,6 +39,18 @@ constexpr int kMaxNesting = 64;
 // every other client.
 constexpr size_t kMaxBatch = 100;
 constexpr int kResourceActivityLimit = 200;
+
+// The store takes a text only up to its first zero byte, while the answer
+// would echo it whole: "A\u0000 (draft)" would act on "A" and say otherwise.
+bool holdsNul(const Json& value) {
+    if (value.is_string()) {
+        return value.get_ref<const std::string&>().find('\0') != std::string::npos;
+    }
+    if (value.is_structured()) {
+        return std::any_of(value.begin(), value.end(), holdsNul);
+    }
+    return false;
+}
 
 bool nestsTooDeep(std::string_view body) {
     int depth = 0;
@@ -113,7 +127,14 @@ std::optional<Json> McpDispatcher::answer(const Json& message) {
     if (!request.id) {
         return std::nullopt;
     }
-    return handle(request);
+    try {
+        return handle(request);
+    } catch (const std::exception& error) {
+        // Expected failures are answered where they happen; anything else
+        // still gets an answer, so that the client is not left waiting.
+        return errorResponse(request.id, JsonRpcCode::internalError,
+                             std::string("Internal error: ") + error.what());
+    }
 }
 
 Json McpDispatcher::handle(const JsonRpcRequest& request) {
@@ -184,7 +205,7 @@ Json McpDispatcher::handleToolsCall(const JsonRpcRequest& request) {
         return resultResponse(request.id, toolResult(text, true));
     };
     if (!features_.isEnabled(Features::Key::aiAccess)) {
-        return refuse("AI access is turned off in Kvillo's settings.");
+        return refuse(kAiAccessOff);
     }
     const McpTool* tool = McpCatalogue::findTool(name);
     if (tool && McpCatalogue::isWithdrawn(*tool, features_)) {
@@ -201,6 +222,9 @@ Json McpDispatcher::handleToolsCall(const JsonRpcRequest& request) {
     if (!tool) {
         return resultResponse(request.id, toolResult("Unknown tool: " + name, true));
     }
+    if (holdsNul(args)) {
+        return refuse("Error: the text contains a NUL character");
+    }
     try {
         ToolResult result = (tools_.*tool->run)(args);
         return resultResponse(request.id, toolResult(result.text, result.isError));
@@ -215,6 +239,10 @@ Json McpDispatcher::handleResourcesRead(const JsonRpcRequest& request) {
         !(*params)["uri"].is_string()) {
         return errorResponse(request.id, JsonRpcCode::invalidParams,
                              "Invalid params: missing 'uri'");
+    }
+    // Listing stays, as tools/list does; reading is what the switch guards.
+    if (!features_.isEnabled(Features::Key::aiAccess)) {
+        return errorResponse(request.id, JsonRpcCode::internalError, kAiAccessOff);
     }
     std::string uri = (*params)["uri"].get<std::string>();
     try {

@@ -15,8 +15,10 @@ namespace kvillo {
 
 // The JSON-RPC layer of the MCP endpoint: a request body in, the answer
 // body out. Knows nothing of sockets, so the HTTP server and the stdio
-// bridge share it. Feature switches are read afresh for every request.
-// One thread at a time.
+// bridge share it. Feature switches are read afresh for every request: with
+// AI access off no tool runs and no resource is read, though both are still
+// listed. Tool arguments holding a NUL character are refused before the tool
+// runs. One thread at a time.
 class McpDispatcher {
 public:
     // The protocol versions answered as asked; any other gets the newest.
@@ -28,7 +30,10 @@ public:
     McpDispatcher(Database& database, const Features& features, const Clock& clock);
 
     // The answer to one request object, or to a batch (an array) an array of
-    // answers; none when nothing is to be answered (notifications only).
+    // answers; none when nothing is to be answered (notifications only). A
+    // request whose handling throws is answered -32603 "Internal error: "
+    // and the exception's text, with its id; only running out of memory
+    // while reading or writing the body escapes.
     std::optional<std::string> handleBody(std::string_view body);
 
     // One request (with an id) to its response object.

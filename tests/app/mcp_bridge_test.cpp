@@ -33,19 +33,23 @@ TEST(McpBridge, AnswersLineByLineAndSharesTheStore) {
         "[1e400]\n"
         "\n"
         R"({"jsonrpc":"2.0","id":"b","method":"tools/call","params":{"name":"annotate","arguments":{"text":"Via stdio"}}})"
-        "\r\n";
+        "\r\n"
+        R"({"jsonrpc":"2.0","id":"c","method":"tools/call","params":{"name":"annotate","arguments":{"text":"Via\u0000 stdio"}}})"
+        "\n";
     auto result = testing::runProcess({KVILLO_MCP_BINARY}, testing::homeEnvironment(home), input);
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_EQ(result.error, "");
     auto lines = answerLines(result.output);
-    ASSERT_EQ(lines.size(), 4u) << result.output;
+    ASSERT_EQ(lines.size(), 5u) << result.output;
     EXPECT_EQ(lines[0]["result"]["protocolVersion"], "2025-06-18");
-    EXPECT_EQ(lines[1]["error"]["code"], -32700);
-    EXPECT_FALSE(lines[1].contains("id"));
-    EXPECT_EQ(lines[2]["error"]["code"], -32700);
+    for (int i : {1, 2}) {
+        EXPECT_EQ(lines[i]["error"]["code"], -32700);
+        EXPECT_TRUE(lines[i].contains("id") && lines[i]["id"].is_null()) << lines[i];
+    }
     EXPECT_EQ(lines[3]["id"], "b");
     EXPECT_TRUE(lines[3]["result"]["content"][0]["text"].get<std::string>().starts_with(
         "Annotation started: Via stdio"));
+    EXPECT_EQ(lines[4]["result"]["content"][0]["text"], "Error: the text contains a NUL character");
 
     Database db(home.file("data/Kvillo/activities.db"));
     EXPECT_EQ(db.currentAnnotation()->text, "Via stdio");

@@ -27,7 +27,7 @@ TEST_F(Dispatcher, AnswersKeepTheIdsForm) {
               R"({"jsonrpc":"2.0","id":42,"result":{}})");
 }
 
-TEST_F(Dispatcher, MalformedAndHostileBodiesGetParseErrorsWithoutId) {
+TEST_F(Dispatcher, MalformedAndHostileBodiesGetParseErrorsWithANullId) {
     struct Row {
         const char* name;
         std::string body;
@@ -56,7 +56,7 @@ TEST_F(Dispatcher, MalformedAndHostileBodiesGetParseErrorsWithoutId) {
         auto answer = dispatcher_.handleBody(row.body);
         ASSERT_TRUE(answer);
         auto error = Json::parse(*answer);
-        EXPECT_FALSE(error.contains("id"));
+        EXPECT_TRUE(error.contains("id") && error["id"].is_null()) << *answer;
         EXPECT_EQ(error["error"]["code"], -32700);
         EXPECT_THAT(error["error"]["message"].get<std::string>(),
                     ::testing::StartsWith(row.message));
@@ -134,9 +134,29 @@ TEST_F(Dispatcher, TheCatalogueFollowsTheFeatureSwitches) {
     EXPECT_TRUE(db_.fetchProjects().empty());
 
     features_.set(Features::Key::aiAccess, false);
-    EXPECT_EQ(names(), withoutProjects);  // listing stays; calling does not
+    EXPECT_EQ(names(), withoutProjects);  // listing stays; calling and reading do not
     EXPECT_EQ(tool("get_activities"), "AI access is turned off in Kvillo's settings.");
     EXPECT_TRUE(toolIsError("save_project", {{"name", "X"}}));
+    EXPECT_EQ(call("resources/list")["result"]["resources"].size(), 3u);
+    for (const char* uri : {"kvillo://activities/today", "kvillo://usage/today", "kvillo://x"}) {
+        SCOPED_TRACE(uri);
+        EXPECT_EQ(
+            call("resources/read", {{"uri", uri}}).dump(),
+            R"({"jsonrpc":"2.0","id":1,"error":{"code":-32603,"message":"AI access is turned off in Kvillo's settings."}})");
+    }
+}
+
+TEST_F(Dispatcher, AnUnexpectedFailureIsAnsweredForItsIdAndTheRestGoesOn) {
+    struct BrokenClock : Clock {
+        TimePoint now() const override { throw std::logic_error("the clock broke"); }
+    } broken;
+    McpDispatcher dispatcher(db_, features_, broken);
+    auto answers = Json::parse(*dispatcher.handleBody(R"([
+        {"jsonrpc":"2.0","id":"a","method":"tools/call","params":{"name":"get_activities"}},
+        {"jsonrpc":"2.0","id":2,"method":"ping"}])"));
+    EXPECT_EQ(
+        answers.dump(),
+        R"([{"jsonrpc":"2.0","id":"a","error":{"code":-32603,"message":"Internal error: the clock broke"}},{"jsonrpc":"2.0","id":2,"result":{}}])");
 }
 
 TEST_F(Dispatcher, TheClaudeCodeHookSwitchRefusesOnlyItsOwnNotes) {

@@ -265,5 +265,27 @@ TEST(ToolsOnADamagedStore, AFailedReadIsAnErrorAnswer) {
     EXPECT_EQ(answer["result"]["isError"], true);
 }
 
+TEST_F(Tools, TextsWithANulCharacterAreRefusedUntouched) {
+    const std::string cut = std::string("Kvillo\0 (draft)", 15);
+    struct Row {
+        const char* tool;
+        Json args;
+    };
+    const Row rows[] = {
+        {"save_project", {{"name", cut}, {"keywords", Json::array({"x"})}}},
+        {"save_project", {{"name", "Ny"}, {"keywords", Json::array({"ok", cut})}}},
+        {"delete_project", {{"name", cut}}},
+        {"annotate", {{"text", cut}}},
+        {"search_activities", {{"query", cut}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.args.dump());
+        EXPECT_EQ(tool(row.tool, row.args), "Error: the text contains a NUL character");
+        EXPECT_TRUE(toolIsError(row.tool, row.args));
+    }
+    EXPECT_EQ(tool("list_projects"), "Projects (1):\n\u2022 Kvillo \u2013 keywords: kvillo");
+    EXPECT_FALSE(db_.currentAnnotation());
+}
+
 }  // namespace
 }  // namespace kvillo
