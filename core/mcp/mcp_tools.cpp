@@ -59,16 +59,34 @@ std::optional<TimePoint> McpTools::parseDate(const Json& args, const char* key) 
     return date ? calendar::startOfDate(*date) : std::nullopt;
 }
 
-TimeRange McpTools::parseRange(const Json& args, int defaultDays) const {
-    TimePoint lastDay = calendar::startOfDay(parseDate(args, "to").value_or(clock_.now()));
-    TimePoint to = calendar::addDays(lastDay, 1);
+DayRange McpTools::parseRange(const Json& args, int defaultDays, MissingTo missingTo) const {
     auto first = parseDate(args, "from");
+    std::optional<TimePoint> last = parseDate(args, "to");
+    // Decided before any cut, so that a range of one day is never moved.
+    if (missingTo == MissingTo::fromsDay && !args.contains("to")) {
+        last = first;
+    }
+    TimePoint lastDay = calendar::startOfDay(last.value_or(clock_.now()));
+    TimePoint to = calendar::addDays(lastDay, 1);
     TimePoint from = first ? *first : calendar::addDays(to, -defaultDays);
     if (!(from < to)) {
         from = lastDay;
     }
-    from = std::max(from, calendar::addDays(to, -kMaxRangeDays));
-    return {from, to};
+    TimePoint earliest = calendar::addDays(to, -kMaxRangeDays);
+    DayRange range;
+    range.start = std::max(from, earliest);
+    range.end = to;
+    range.cut = from < earliest;
+    return range;
+}
+
+std::string McpTools::noted(const DayRange& range, std::string text) {
+    if (!range.cut) {
+        return text;
+    }
+    return "Showing " + calendar::format(range.start, "yyyy-MM-dd") + " to " +
+           calendar::format(calendar::addDays(range.end, -1), "yyyy-MM-dd") + " (at most " +
+           std::to_string(kMaxRangeDays) + " days).\n" + std::move(text);
 }
 
 std::optional<Duration> McpTools::parseDuration(std::string_view input) {
@@ -134,22 +152,19 @@ ToolResult McpTools::getAppUsage(const Json& args) {
     // Any "from", even one that cannot be read, asks for a range.
     if (args.contains("from")) {
         auto range = parseRange(args, 1);
-        return {McpReports::formatUsage(database_.appUsage(range.start, range.end))};
+        return {noted(range, McpReports::formatUsage(database_.appUsage(range.start, range.end)))};
     }
     return {usageOfDay(parseDate(args, "date").value_or(clock_.now()))};
 }
 
 ToolResult McpTools::getFocusSessions(const Json& args) {
-    auto range = parseRange(args, 1);
-    if (args.contains("from") && !args.contains("to")) {
-        range.end = calendar::addDays(range.start, 1);
-    }
+    auto range = parseRange(args, 1, MissingTo::fromsDay);
     long long minMinutes = integerArgument(args, "min_minutes").value_or(25);
     long long maxGapMinutes = integerArgument(args, "max_gap_minutes").value_or(2);
     auto sessions = FocusSession::detect(database_.fetchActivities(range.start, range.end),
                                          static_cast<double>(minMinutes) * 60,
                                          static_cast<double>(maxGapMinutes) * 60, clock_.now());
-    return {McpReports::formatFocusSessions(sessions, minMinutes)};
+    return {noted(range, McpReports::formatFocusSessions(sessions, minMinutes))};
 }
 
 ToolResult McpTools::listProjects(const Json&) {
@@ -225,7 +240,7 @@ ToolResult McpTools::annotate(const Json& args) {
 }
 
 ToolResult McpTools::getDailySummary(const Json& args) {
-    const TimeRange range = parseRange(args, 7);
+    const DayRange range = parseRange(args, 7);
     std::vector<std::string> lines{"Daily summary:"};
     Duration grandTotal = 0;
     // Read once for the whole range (oldest first): each day's own query
@@ -267,19 +282,23 @@ ToolResult McpTools::getDailySummary(const Json& args) {
     }
     lines.emplace_back();
     lines.push_back("Total active time: " + McpReports::formatSeconds(grandTotal));
-    return {join(lines, "\n")};
+    return {noted(range, join(lines, "\n"))};
 }
 
 ToolResult McpTools::getProjectTime(const Json& args) {
-    const TimeRange range = parseRange(args, 7);
+    const DayRange range = parseRange(args, 7);
+    return {noted(range, projectTime(range))};
+}
+
+std::string McpTools::projectTime(const TimeRange& range) {
     auto projects = database_.fetchProjects();
     if (projects.empty()) {
-        return {kNoProjects};
+        return kNoProjects;
     }
     const TimePoint now = clock_.now();
     auto activities = database_.fetchActivities(range.start, range.end);
     if (activities.empty()) {
-        return {"No activity in this period."};
+        return "No activity in this period.";
     }
     auto annotations = database_.fetchAnnotations(range.start, range.end);
 
@@ -338,7 +357,7 @@ ToolResult McpTools::getProjectTime(const Json& args) {
         }
         lines.push_back("  Top titles: " + join(titleTexts, "; "));
     }
-    return {join(lines, "\n")};
+    return join(lines, "\n");
 }
 
 }  // namespace kvillo

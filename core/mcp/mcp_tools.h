@@ -17,11 +17,20 @@ struct ToolResult {
     bool isError = false;
 };
 
+// The whole days a tool reports on; `cut` when the asked-for start was moved
+// up to keep the range within its longest.
+struct DayRange : TimeRange {
+    bool cut = false;
+};
+
 // The eleven tools' work and their text reports. Each handler takes the
 // call's arguments (an object; a value of the wrong kind counts as missing)
 // and throws DatabaseError, which the dispatcher reports as "Error: " + its
 // text. Dates are calendar days in the local zone; a range covers whole
-// days and at most the last 92 of them. One thread at a time (the server's).
+// days and at most the last 92 of them, and an answer for a range cut to
+// that first says which days it covers. Date-times are written as the local
+// clock with its UTC offset. Texts with a NUL character never get here (the
+// dispatcher refuses them). One thread at a time (the server's).
 class McpTools {
 public:
     // The database and clock must outlive the tools.
@@ -48,12 +57,19 @@ public:
     // positive can be read.
     static std::optional<Duration> parseDuration(std::string_view text);
 
+    // How `to` defaults when the arguments have none.
+    enum class MissingTo { today, fromsDay };
+
     // The range named by args.from and args.to (inclusive days), or the
-    // `defaultDays` up to to (default today).
-    TimeRange parseRange(const Json& args, int defaultDays) const;
+    // `defaultDays` up to to; at most the last 92 days of it.
+    DayRange parseRange(const Json& args, int defaultDays,
+                        MissingTo missingTo = MissingTo::today) const;
 
 private:
     std::optional<TimePoint> parseDate(const Json& args, const char* key) const;
+    // A cut range's answer starts by saying which days it covers instead.
+    static std::string noted(const DayRange& range, std::string text);
+    std::string projectTime(const TimeRange& range);
 
     Database& database_;
     const Clock& clock_;

@@ -240,12 +240,34 @@ TEST_F(Tools, RangesAreWholeDaysAndAtMostNinetyTwo) {
     auto week = tools.parseRange(Json::object(), 7);
     EXPECT_EQ(week.start, localTime(2026, 11, 17));
     EXPECT_EQ(week.end, localTime(2026, 11, 24));
+    EXPECT_FALSE(week.cut);
     auto backwards = tools.parseRange({{"from", "2026-11-20"}, {"to", "2026-11-10"}}, 7);
     EXPECT_EQ(backwards.start, localTime(2026, 11, 10));
     EXPECT_EQ(backwards.end, localTime(2026, 11, 11));
     auto year = tools.parseRange({{"from", "2025-01-01"}, {"to", "2026-03-31"}}, 7);
     EXPECT_EQ(year.end, localTime(2026, 4, 1));
     EXPECT_EQ(year.start, localTime(2025, 12, 30));  // 92 days before 1 April
+    EXPECT_TRUE(year.cut);
+}
+
+TEST_F(Tools, ACutRangeSaysWhichDaysItCovers) {
+    // A session on the first day kept: answering for it as if for the day
+    // asked would be wrong.
+    add("Code", localTime(2026, 8, 24, 9), 30);
+    const std::string note = "Showing 2026-08-24 to 2026-11-23 (at most 92 days).\n";
+    for (const char* name :
+         {"get_app_usage", "get_daily_summary", "get_focus_sessions", "get_project_time"}) {
+        SCOPED_TRACE(name);
+        std::string answer = tool(name, {{"from", "2025-01-01"}, {"to", "2026-11-23"}});
+        EXPECT_TRUE(answer.starts_with(note)) << answer;
+        EXPECT_EQ(answer.find("Showing"), answer.rfind("Showing"));
+        EXPECT_FALSE(tool(name, {{"from", "2026-08-24"}}).starts_with("Showing"));
+    }
+    EXPECT_TRUE(tool("get_daily_summary", {{"from", "2025-01-01"}})
+                    .starts_with(note + "Daily summary:\n\nMon 2026-08-24 \u2013 active 30m\n"));
+    // Without a "to", focus sessions cover the "from" day alone: nothing to cut.
+    EXPECT_EQ(tool("get_focus_sessions", {{"from", "2025-01-01"}}),
+              "No focus sessions of 25+ minutes found.");
 }
 
 // A store that cannot be read must not pass for an empty day.
