@@ -64,6 +64,8 @@ std::optional<std::string> AppDelegate::launch() {
                                              McpServerOptions{.port = options_.mcpPort});
     try {
         mcpServer_->start();
+        // Where assistants reach it, which with --port 0 nothing else says.
+        std::cerr << "MCP server on " << mcpServer_->endpointURL() << "\n";
         for (const auto& address : mcpServer_->unavailableAddresses()) {
             std::cerr << "kvillo: the MCP server is not reachable on " << address << "\n";
         }

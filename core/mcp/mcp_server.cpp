@@ -280,7 +280,8 @@ const std::vector<std::string>& McpServer::unavailableAddresses() const {
 }
 
 std::string McpServer::endpointURL() const {
-    return "http://localhost:" + std::to_string(options_.port) + "/mcp";
+    std::uint16_t bound = boundPort();
+    return "http://localhost:" + std::to_string(bound != 0 ? bound : options_.port) + "/mcp";
 }
 
 void McpServer::start() {

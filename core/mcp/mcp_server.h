@@ -48,7 +48,8 @@ public:
     // in use"). Clients reaching localhost there would talk to that program.
     const std::vector<std::string>& unavailableAddresses() const;
 
-    // "http://localhost:7384/mcp".
+    // "http://localhost:7384/mcp": the port listened on once started (the
+    // one picked for port 0), the configured one before.
     std::string endpointURL() const;
 
     // Listens on whichever loopback addresses can be bound and starts the

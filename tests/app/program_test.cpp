@@ -81,6 +81,18 @@ TEST(Program, UnknownFlagPrintsUsageToStandardErrorAndExitsTwo) {
 // What a headless Kvillo says when there is nothing to watch.
 constexpr const char* kNoDisplay = "kvillo: no display to watch, so nothing is recorded\n";
 
+// What Kvillo says once its server listens, with the port written as N;
+// withPortAsN makes standard error comparable with it.
+constexpr const char* kServerLine = "MCP server on http://localhost:N/mcp\n";
+std::string withPortAsN(const std::string& error) {
+    static const std::regex port("(MCP server on http://localhost:)[0-9]+/");
+    return std::regex_replace(error, port, "$1N/");
+}
+bool serverListens(const ChildProcess& kvillo) {
+    return eventually(
+        [&] { return kvillo.standardError().find("MCP server on") != std::string::npos; }, 10s);
+}
+
 TEST(Program, HeadlessStartCreatesTheStoreAndSignalsEndItCleanly) {
     TempFolder home;
     std::string database = home.file("data/Kvillo/activities.db");
@@ -96,7 +108,7 @@ TEST(Program, HeadlessStartCreatesTheStoreAndSignalsEndItCleanly) {
         EXPECT_EQ(maps.find("libkvillo_gui"), std::string::npos);
         kvillo.signal(signalNumber);
         EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
-        EXPECT_EQ(kvillo.standardError(), kNoDisplay);
+        EXPECT_EQ(withPortAsN(kvillo.standardError()), std::string(kNoDisplay) + kServerLine);
     }
     // The log is the user's alone, whatever the umask.
     auto mode = [](const std::string& path) {
@@ -168,12 +180,14 @@ TEST(Program, AWaylandSessionWithoutXSaysWhatItCannotSee) {
     auto environment = testing::homeEnvironment(home);
     environment["WAYLAND_DISPLAY"] = "wayland-kvillo-test";
     ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", "0"}, environment);
-    ASSERT_TRUE(eventually([&] { return !kvillo.standardError().empty(); }, 10s));
+    ASSERT_TRUE(serverListens(kvillo)) << kvillo.standardError();
     kvillo.signal(SIGTERM);
     EXPECT_EQ(kvillo.wait(10s), 0);
-    EXPECT_EQ(kvillo.standardError(),
-              "kvillo: this Wayland session has no X display, so no window can be seen and "
-              "nothing is recorded; sleep and screen locking are still followed\n");
+    EXPECT_EQ(withPortAsN(kvillo.standardError()),
+              std::string("kvillo: this Wayland session has no X display, so no window can be "
+                          "seen and nothing is recorded; sleep and screen locking are still "
+                          "followed\n") +
+                  kServerLine);
 }
 
 // As root file modes stop nothing, so the program then runs as another user.
@@ -219,6 +233,9 @@ TEST(Program, ASecondCopyLeavesTheRunningOneAndItsDatabaseAlone) {
         << first.standardError();
     std::string port = testing::readFile(portFile);
     port.pop_back();
+    // The port picked for --port 0 is said, and is the one later copies learn.
+    EXPECT_EQ(first.standardError(),
+              kNoDisplay + ("MCP server on http://localhost:" + port + "/mcp\n"));
     // An open row as the first keeps while recording, which a second
     // copy's start-up repair would close.
     auto insert = runProcess({"sqlite3", database,
@@ -244,9 +261,10 @@ TEST(Program, ASecondCopyLeavesTheRunningOneAndItsDatabaseAlone) {
     first.wait(10s);
     ChildProcess next(command, environment);
     EXPECT_TRUE(eventually([&] { return next.holdsOpen(database); }, 10s)) << next.standardError();
+    ASSERT_TRUE(serverListens(next)) << next.standardError();
     next.signal(SIGTERM);
     EXPECT_EQ(next.wait(10s), 0);
-    EXPECT_EQ(next.standardError(), kNoDisplay);
+    EXPECT_EQ(withPortAsN(next.standardError()), std::string(kNoDisplay) + kServerLine);
 }
 
 TEST(Program, WithoutADisplayTheTrayProgramAsksForHeadless) {

@@ -115,6 +115,12 @@ TEST_F(Server, WaitsForABodyThatComesInPieces) {
     EXPECT_EQ(client.receiveAll(), kPong);  // one answer; the pipelined request is ignored
 }
 
+TEST_F(Server, TheEndpointNamesThePortActuallyListenedOn) {
+    ASSERT_NE(port(), 0);
+    EXPECT_EQ(server_.endpointURL(), "http://localhost:" + std::to_string(port()) + "/mcp");
+    EXPECT_EQ(McpServer(db_, features_, clock_).endpointURL(), "http://localhost:7384/mcp");
+}
+
 TEST_F(Server, UnfinishedOrMalformedRequestsGetNoAnswer) {
     RawClient malformed(port());
     malformed.send("GET /\xff HTTP/1.1\r\n\r\n");
