@@ -126,17 +126,27 @@ ParseResult parseHttpRequest(std::string_view buffer, const HttpLimits& limits) 
             contentLength = contentLengthOf(line.substr(15));
             continue;
         }
+        if (startsWithIgnoringCase(line, "expect:")) {
+            std::string_view value = trimmedBlanks(line.substr(7));
+            request.expectsContinue =
+                value.size() == 12 && startsWithIgnoringCase(value, "100-continue");
+            continue;
+        }
         struct Kept {
             std::string_view name;
             std::optional<std::string>* value;
         };
         for (const Kept& kept : {Kept{"host:", &request.host}, Kept{"origin:", &request.origin},
                                  Kept{"content-type:", &request.contentType},
-                                 Kept{"mcp-protocol-version:", &request.protocolVersion}}) {
+                                 Kept{"mcp-protocol-version:", &request.protocolVersion},
+                                 Kept{"transfer-encoding:", &request.transferEncoding}}) {
             if (startsWithIgnoringCase(line, kept.name)) {
                 *kept.value = std::string(trimmedBlanks(line.substr(kept.name.size())));
             }
         }
+    }
+    if (request.transferEncoding) {
+        contentLength = 0;  // it overrides Content-Length, and is refused whole
     }
     if (contentLength > limits.maxBodyBytes) {
         result.status = ParseStatus::bodyTooLarge;
@@ -144,6 +154,7 @@ ParseResult parseHttpRequest(std::string_view buffer, const HttpLimits& limits) 
     }
     std::string_view available = buffer.substr(headEnd + kHeadEnd.size());
     if (available.size() < contentLength) {
+        result.awaitsContinue = request.expectsContinue;
         return result;
     }
     request.body = available.substr(0, contentLength);

@@ -8,8 +8,8 @@
 namespace kvillo {
 
 // One HTTP request as the MCP endpoint needs it. The framing is deliberately
-// small: one request per connection, no chunked bodies, and only the headers
-// below are kept.
+// small: one request per connection, bodies framed by Content-Length only
+// (a transfer-coded one is refused), and only the headers below are kept.
 struct HttpRequest {
     std::string method;  // as received, case kept
     std::string path;    // as received, query included, nothing decoded
@@ -20,6 +20,10 @@ struct HttpRequest {
     std::optional<std::string> origin;
     std::optional<std::string> contentType;
     std::optional<std::string> protocolVersion;  // MCP-Protocol-Version
+    // Transfer-Encoding as sent. Its body cannot be framed here, so the
+    // request is complete at the end of its head, with an empty body.
+    std::optional<std::string> transferEncoding;
+    bool expectsContinue = false;  // "Expect: 100-continue"
 };
 
 // How far a buffer of received bytes goes towards a request.
@@ -33,6 +37,9 @@ enum class ParseStatus {
 struct ParseResult {
     ParseStatus status = ParseStatus::incomplete;
     HttpRequest request;
+    // Incomplete, but the whole head is here and asks for "100 Continue"
+    // before the client sends its body.
+    bool awaitsContinue = false;
 };
 
 // Limits the parser enforces, so that a client cannot make the server hold

@@ -71,7 +71,10 @@ HttpResponse McpHttpHandler::respond(const HttpRequest& request) {
     }
 
     HttpResponse response;
-    if (request.method == "OPTIONS") {
+    if (request.transferEncoding) {
+        // A chunked body cannot be read here; clients resend with a length.
+        response = text(411, "Content-Length required");
+    } else if (request.method == "OPTIONS") {
         response = HttpResponse{.status = 204};
     } else if (request.method == "POST" && request.path == "/mcp") {
         if (!isJson(request.contentType)) {

@@ -26,6 +26,9 @@ constexpr std::chrono::seconds kLinger{2};
 constexpr std::chrono::seconds kWriteTimeout{30};
 // After a failed accept (out of file descriptors, say), before trying again.
 constexpr std::chrono::milliseconds kAcceptBackoff{100};
+// What a client that sent "Expect: 100-continue" waits for before its body
+// (curl would otherwise wait a second).
+constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
 }  // namespace
 
@@ -116,6 +119,15 @@ private:
             close();  // the client finished or failed before a whole request
             return;
         }
+        if (parsed.awaitsContinue && !continued_) {
+            continued_ = true;
+            // Reading waits until it is written, so it can never overlap the
+            // answer's own write.
+            asio::async_write(
+                socket_, asio::buffer(kContinue),
+                [self = shared_from_this()](std::error_code, std::size_t) { self->read(); });
+            return;
+        }
         read();
     }
 
@@ -169,6 +181,7 @@ private:
     std::array<char, kReadChunk> chunk_{};
     std::string buffer_;
     bool answered_ = false;
+    bool continued_ = false;  // "100 Continue" has been sent
 };
 
 void McpServer::Impl::start() {

@@ -46,6 +46,35 @@ TEST(HttpRequestParser, ContentLengthForms) {
     EXPECT_EQ(later.request.body, "ab");
 }
 
+TEST(HttpRequestParser, ATransferCodedBodyEndsTheRequestAtItsHead) {
+    // Content-Length yields to Transfer-Encoding; waiting for it would hang.
+    auto chunked = parseHttpRequest(
+        "POST /mcp HTTP/1.1\r\nTransfer-Encoding: chunked\r\nContent-Length: 50\r\n\r\n5\r\n");
+    ASSERT_EQ(chunked.status, ParseStatus::complete);
+    EXPECT_EQ(chunked.request.transferEncoding, "chunked");
+    EXPECT_EQ(chunked.request.body, "");
+}
+
+TEST(HttpRequestParser, AHeadThatExpectsContinueAwaitsItUntilTheBodyComes) {
+    struct Row {
+        const char* expect;
+        const char* received;  // after the head
+        bool awaitsContinue;
+    };
+    const Row rows[] = {
+        {"Expect: 100-continue", "", true},    {"EXPECT:100-Continue ", "{", true},
+        {"Expect: 100-continue", "{}", false},  // complete: nothing to wait for
+        {"Expect: 200-ok", "", false},         {"X-Expect: 100-continue", "", false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.expect);
+        auto parsed = parseHttpRequest(std::string("POST /mcp\r\nContent-Length: 2\r\n") +
+                                       row.expect + "\r\n\r\n" + row.received);
+        EXPECT_EQ(parsed.awaitsContinue, row.awaitsContinue);
+    }
+    EXPECT_FALSE(parseHttpRequest("POST /mcp\r\nExpect: 100-continue\r\n").awaitsContinue);
+}
+
 TEST(HttpRequestParser, MalformedHeadsWaitForMore) {
     // A request line without a protocol version is fine; one word is not.
     EXPECT_EQ(parseHttpRequest("POST /mcp\r\n\r\n").status, ParseStatus::complete);

@@ -81,6 +81,10 @@ TEST_F(HttpHandler, TheStatusFollowsRouteHostOriginAndMediaType) {
          "HTTP/1.1 415 Unsupported Media Type"},
         {"unknown protocol version", post(annotate, "MCP-Protocol-Version: 1999-01-01\r\n"),
          "HTTP/1.1 400 Bad Request"},
+        {"chunked body",
+         "POST /mcp HTTP/1.1\r\nContent-Type: application/json\r\nTransfer-Encoding: "
+         "chunked\r\n\r\n2\r\n{}\r\n0\r\n\r\n",
+         "HTTP/1.1 411 Length Required"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

@@ -53,6 +53,19 @@ public:
         timedOut = n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
         return received;
     }
+    // The first `count` bytes, or fewer if the server closes or goes quiet.
+    std::string receive(size_t count, std::chrono::milliseconds timeout = 5s) {
+        timeval limit{timeout.count() / 1000, timeout.count() % 1000 * 1000};
+        ::setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+        std::string received(count, '\0');
+        size_t have = 0;
+        ssize_t n;
+        while (have < count && (n = ::recv(fd_, received.data() + have, count - have, 0)) > 0) {
+            have += static_cast<size_t>(n);
+        }
+        received.resize(have);
+        return received;
+    }
     bool timedOut = false;
 
 private:
@@ -119,6 +132,17 @@ TEST_F(Server, TheEndpointNamesThePortActuallyListenedOn) {
     ASSERT_NE(port(), 0);
     EXPECT_EQ(server_.endpointURL(), "http://localhost:" + std::to_string(port()) + "/mcp");
     EXPECT_EQ(McpServer(db_, features_, clock_).endpointURL(), "http://localhost:7384/mcp");
+}
+
+TEST_F(Server, AClientThatExpectsContinueGetsItBeforeItSendsTheBody) {
+    RawClient client(port());
+    std::string request = post(kPing);
+    size_t headEnd = request.find("\r\n\r\n");
+    client.send(request.substr(0, headEnd) + "\r\nExpect: 100-continue\r\n\r\n");
+    const std::string proceed = "HTTP/1.1 100 Continue\r\n\r\n";
+    ASSERT_EQ(client.receive(proceed.size()), proceed);
+    client.send(request.substr(headEnd + 4));
+    EXPECT_EQ(client.receiveAll(), kPong);
 }
 
 TEST_F(Server, UnfinishedOrMalformedRequestsGetNoAnswer) {
