@@ -60,6 +60,10 @@ bool McpHttpHandler::isAllowedOrigin(std::string_view origin) {
            isLoopbackAuthority(std::string_view(lower).substr(kScheme.size()));
 }
 
+HttpResponse McpHttpHandler::forbidden() {
+    return text(403, "Forbidden origin");
+}
+
 HttpResponse McpHttpHandler::respond(const HttpRequest& request) {
     // A page that rebinds its own domain to 127.0.0.1 still sends its own
     // name as Host; a cross-site page sends its Origin.
@@ -67,7 +71,7 @@ HttpResponse McpHttpHandler::respond(const HttpRequest& request) {
         return text(421, "Misdirected request");
     }
     if (request.origin && !isAllowedOrigin(*request.origin)) {
-        return text(403, "Forbidden origin");
+        return forbidden();
     }
 
     HttpResponse response;

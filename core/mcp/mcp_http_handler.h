@@ -26,6 +26,10 @@ public:
     // http://[::1], with any port.
     static bool isAllowedOrigin(std::string_view origin);
 
+    // The answer to a caller that may not come in: a foreign origin, or
+    // another local user.
+    static HttpResponse forbidden();
+
 private:
     McpDispatcher& dispatcher_;
 };

@@ -1,5 +1,6 @@
 #include "core/mcp/mcp_server.h"
 
+#include <unistd.h>
 #include <asio.hpp>
 
 #include <array>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "core/mcp/http_response.h"
+#include "core/mcp/loopback_peer.h"
 #include "core/mcp/mcp_dispatcher.h"
 #include "core/mcp/mcp_http_handler.h"
 #include "core/mcp/mcp_server_error.h"
@@ -77,6 +79,12 @@ public:
                 self->close();
             }
         });
+        // Loopback is open to every account on the machine; the log is
+        // this user's. Nothing another user sends is read.
+        if (loopbackPeerUser(socket_.native_handle()) != ::geteuid()) {
+            answer(McpHttpHandler::forbidden());
+            return;
+        }
         read();
     }
 

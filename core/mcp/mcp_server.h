@@ -24,7 +24,9 @@ struct McpServerOptions {
 };
 
 // The loopback HTTP server through which AI assistants reach the log:
-// 127.0.0.1 and ::1, one request per connection, answered and closed.
+// 127.0.0.1 and ::1, one request per connection, answered and closed. Only
+// connections from the user running the server are read; another local
+// user's get 403 at once.
 //
 // Threads: start() and stop() are called from the owner's thread. All
 // network work and every request runs on the server's own thread, one at a

@@ -114,6 +114,21 @@ TEST_F(Server, AnswersOnBothLoopbackAddressesAndCloses) {
     }
 }
 
+TEST_F(Server, AnotherLocalUserIsTurnedAwayUnread) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "a client of another user needs root to start";
+    }
+    db_.insert(testing::act("Secret", 1000, 1001));
+    for (bool ipv6 : {false, true}) {
+        SCOPED_TRACE(ipv6 ? "::1" : "127.0.0.1");
+        auto seen = testing::runAsAnotherUser([&] { return exchange(port(), post(kPing), ipv6); });
+        ASSERT_TRUE(seen);
+        EXPECT_EQ(seen->substr(0, seen->find("\r\n")), "HTTP/1.1 403 Forbidden");
+        EXPECT_NE(seen->find("Forbidden origin"), std::string::npos);
+        EXPECT_EQ(exchange(port(), post(kPing), ipv6), kPong);  // the user's own client
+    }
+}
+
 TEST_F(Server, WaitsForABodyThatComesInPieces) {
     RawClient client(port());
     std::string request = post(kPing);
