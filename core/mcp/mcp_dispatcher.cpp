@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/mcp/answer_caps.h"
 #include "core/mcp/mcp_catalogue.h"
 #include "core/mcp/mcp_server_error.h"
 #include "core/records/annotation.h"
@@ -16,10 +17,11 @@ constexpr const char* kInstructions =
     "call `annotate` with a short description (use `duration` if it started earlier). Call "
     "`annotate` with empty text when the task is clearly finished.";
 
-Json toolResult(const std::string& text, bool isError) {
+// Every tool's text passes here, so none can answer past the cap.
+Json toolResult(std::string text, bool isError) {
     Json content = Json::object();
     content["type"] = "text";
-    content["text"] = text;
+    content["text"] = AnswerCaps::capAnswer(std::move(text));
     Json result = Json::object();
     result["content"] = Json::array({content});
     result["isError"] = isError;
@@ -48,6 +50,38 @@ bool holdsNul(const Json& value) {
     }
     if (value.is_structured()) {
         return std::any_of(value.begin(), value.end(), holdsNul);
+    }
+    return false;
+}
+
+// The texts a tool stores or matches, each held to the length cap: a long
+// one costs every later answer that repeats it, or every row a search scans.
+// A string list (keywords) has each element judged.
+struct CappedArgument {
+    std::string_view tool;
+    const char* key;
+};
+constexpr std::array<CappedArgument, 5> kCappedArguments{{
+    {"annotate", "text"},
+    {"save_project", "name"},
+    {"save_project", "keywords"},
+    {"delete_project", "name"},
+    {"search_activities", "query"},
+}};
+
+bool holdsTooLongText(std::string_view tool, const Json& args) {
+    auto tooLong = [](const Json& value) {
+        return value.is_string() && AnswerCaps::tooLong(value.get_ref<const std::string&>());
+    };
+    for (const auto& capped : kCappedArguments) {
+        auto value = args.find(capped.key);
+        if (capped.tool != tool || value == args.end()) {
+            continue;
+        }
+        if (tooLong(*value) ||
+            (value->is_array() && std::any_of(value->begin(), value->end(), tooLong))) {
+            return true;
+        }
     }
     return false;
 }
@@ -201,8 +235,8 @@ Json McpDispatcher::handleToolsCall(const JsonRpcRequest& request) {
         arguments != params->end() && arguments->is_object()) {
         args = *arguments;
     }
-    auto refuse = [&](const char* text) {
-        return resultResponse(request.id, toolResult(text, true));
+    auto refuse = [&](std::string_view text) {
+        return resultResponse(request.id, toolResult(std::string(text), true));
     };
     if (!features_.isEnabled(Features::Key::aiAccess)) {
         return refuse(kAiAccessOff);
@@ -225,9 +259,12 @@ Json McpDispatcher::handleToolsCall(const JsonRpcRequest& request) {
     if (holdsNul(args)) {
         return refuse("Error: the text contains a NUL character");
     }
+    if (holdsTooLongText(name, args)) {
+        return refuse(AnswerCaps::kTextTooLong);
+    }
     try {
         ToolResult result = (tools_.*tool->run)(args);
-        return resultResponse(request.id, toolResult(result.text, result.isError));
+        return resultResponse(request.id, toolResult(std::move(result.text), result.isError));
     } catch (const DatabaseError& error) {
         return resultResponse(request.id, toolResult(std::string("Error: ") + error.what(), true));
     }
@@ -249,7 +286,7 @@ Json McpDispatcher::handleResourcesRead(const JsonRpcRequest& request) {
         Json content = Json::object();
         content["uri"] = uri;
         content["mimeType"] = "text/plain";
-        content["text"] = readResource(uri);
+        content["text"] = AnswerCaps::capAnswer(readResource(uri));
         return resultResponse(request.id, Json{{"contents", Json::array({content})}});
     } catch (const McpServerError& error) {
         return errorResponse(request.id, JsonRpcCode::internalError, error.what());

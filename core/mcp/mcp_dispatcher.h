@@ -17,8 +17,10 @@ namespace kvillo {
 // body out. Knows nothing of sockets, so the HTTP server and the stdio
 // bridge share it. Feature switches are read afresh for every request: with
 // AI access off no tool runs and no resource is read, though both are still
-// listed. Tool arguments holding a NUL character are refused before the tool
-// runs. One thread at a time.
+// listed. Tool arguments holding a NUL character, or a text the tool stores or
+// matches longer than AnswerCaps::kMaxTextCodePoints, are refused before the
+// tool runs. Every tool answer and resource text is held to
+// AnswerCaps::kMaxAnswerBytes. One thread at a time.
 class McpDispatcher {
 public:
     // The protocol versions answered as asked; any other gets the newest.

@@ -8,6 +8,7 @@
 
 #include "core/analysis/focus_session.h"
 #include "core/analysis/project_matcher.h"
+#include "core/mcp/answer_caps.h"
 #include "core/mcp/mcp_reports.h"
 #include "core/records/duration_text.h"
 #include "core/text/join.h"
@@ -246,8 +247,14 @@ ToolResult McpTools::getDailySummary(const Json& args) {
     // Read once for the whole range (oldest first): each day's own query
     // would walk every older note again.
     const auto annotations = database_.fetchAnnotations(range.start, range.end);
-    for (TimePoint day = range.start; day < range.end; day = calendar::addDays(day, 1)) {
+    // Each note is repeated for every day it overlaps, so old long notes could
+    // make a report of gigabytes: building stops once past the answer cap,
+    // which the dispatcher then cuts at a line.
+    size_t length = 0;
+    for (TimePoint day = range.start; day < range.end && length <= AnswerCaps::kMaxAnswerBytes;
+         day = calendar::addDays(day, 1)) {
         const TimePoint nextDay = calendar::addDays(day, 1);
+        const size_t firstLine = lines.size();
         auto usage = database_.appUsage(day, nextDay);
         Duration dayTotal = 0;
         for (const auto& summary : usage) {
@@ -266,17 +273,26 @@ ToolResult McpTools::getDailySummary(const Json& args) {
             }
             lines.push_back("  Top apps: " + join(top, ", "));
         }
-        std::vector<std::string> texts;  // the day's latest notes, oldest first
+        std::vector<const Annotation*> notes;  // the day's latest notes, oldest first
         for (const auto& note : annotations) {
             if (note.startedAt < nextDay && (!note.endedAt || *note.endedAt > day)) {
-                texts.push_back(note.text);
+                notes.push_back(&note);
             }
         }
-        if (texts.size() > static_cast<size_t>(kAnnotationLimit)) {
-            texts.erase(texts.begin(), texts.end() - kAnnotationLimit);
+        if (notes.size() > static_cast<size_t>(kAnnotationLimit)) {
+            notes.erase(notes.begin(), notes.end() - kAnnotationLimit);
         }
-        if (!texts.empty()) {
-            lines.push_back("  Worked on: " + join(texts, "; "));
+        if (!notes.empty()) {
+            std::string workedOn = "  Worked on: ";
+            for (size_t i = 0;
+                 i < notes.size() && length + workedOn.size() <= AnswerCaps::kMaxAnswerBytes; ++i) {
+                workedOn += i > 0 ? "; " : "";
+                workedOn += notes[i]->text;
+            }
+            lines.push_back(std::move(workedOn));
+        }
+        for (size_t i = firstLine; i < lines.size(); ++i) {
+            length += lines[i].size() + 1;
         }
         grandTotal += dayTotal;
     }
