@@ -27,6 +27,7 @@ struct JsonRpcRequest {
 
 namespace JsonRpcCode {
 inline constexpr int parseError = -32700;
+inline constexpr int invalidRequest = -32600;
 inline constexpr int methodNotFound = -32601;
 inline constexpr int invalidParams = -32602;
 inline constexpr int internalError = -32603;

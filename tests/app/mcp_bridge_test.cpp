@@ -55,5 +55,22 @@ TEST(McpBridge, AnswersLineByLineAndSharesTheStore) {
     EXPECT_EQ(db.currentAnnotation()->text, "Via stdio");
 }
 
+// A line past the request limit is dropped as it streams in, not held: with
+// its heap capped far below the line's size the bridge refuses it and goes on.
+TEST(McpBridge, RefusesAnOverLongLineAndAnswersTheNext) {
+    testing::TempFolder home;
+    const std::string ping = R"({"jsonrpc":"2.0","id":7,"method":"ping"})";
+    std::string input = ping + "\n" + std::string(60 << 20, 'x') + "\n" + ping;
+    auto result =
+        testing::runProcess({"/bin/sh", "-c", "ulimit -d 32768 && exec \"$0\"", KVILLO_MCP_BINARY},
+                            testing::homeEnvironment(home), input);
+    EXPECT_EQ(result.status, 0) << result.error;
+    auto lines = answerLines(result.output);
+    ASSERT_EQ(lines.size(), 3u) << result.output;
+    EXPECT_EQ(lines[0], lines[2]);
+    EXPECT_EQ(lines[1]["error"]["code"], -32600);
+    EXPECT_TRUE(lines[1].contains("id") && lines[1]["id"].is_null()) << lines[1];
+}
+
 }  // namespace
 }  // namespace kvillo
