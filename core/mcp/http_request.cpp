@@ -155,6 +155,8 @@ ParseResult parseHttpRequest(std::string_view buffer, const HttpLimits& limits) 
     std::string_view available = buffer.substr(headEnd + kHeadEnd.size());
     if (available.size() < contentLength) {
         result.awaitsContinue = request.expectsContinue;
+        result.headComplete = true;
+        result.contentLength = contentLength;
         return result;
     }
     request.body = available.substr(0, contentLength);

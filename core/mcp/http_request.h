@@ -40,6 +40,10 @@ struct ParseResult {
     // Incomplete, but the whole head is here and asks for "100 Continue"
     // before the client sends its body.
     bool awaitsContinue = false;
+    // Incomplete, but the whole head is here and announces this many body
+    // bytes, so that a server can give the body time by its size.
+    bool headComplete = false;
+    size_t contentLength = 0;
 };
 
 // Limits the parser enforces, so that a client cannot make the server hold

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,11 +17,31 @@ namespace kvillo {
 struct McpServerOptions {
     std::uint16_t port = 7384;  // 0 picks a free port (tests)
     HttpLimits limits{};
-    // A connection that has not delivered a whole request by then is closed.
-    std::chrono::milliseconds requestTimeout{10'000};
-    // Connections beyond this are closed at once, so a flood cannot starve
-    // the clients already being served.
+    // A connection must deliver its whole head this soon after connecting,
+    // and then its body within bodyTimeout plus its length at
+    // minBodyBytesPerSecond; otherwise it is closed. Assistants on this
+    // machine send a request in well under a millisecond.
+    std::chrono::milliseconds headTimeout{2'000};
+    std::chrono::milliseconds bodyTimeout{2'000};
+    std::size_t minBodyBytesPerSecond = 64 * 1024;
+    // An answer must be read within writeTimeout plus its length at
+    // minAnswerBytesPerSecond, or the connection is closed.
+    std::chrono::milliseconds writeTimeout{5'000};
+    std::size_t minAnswerBytesPerSecond = 1024 * 1024;
+    // Bytes of answers not yet taken by their clients, over all connections.
+    // Past it, the connection whose reader has been quiet longest is closed
+    // (an answer larger than the cap alone is still sent).
+    std::size_t maxPendingAnswerBytes = 64 * 1024 * 1024;
+    // Open connections. When all are taken, a newcomer closes the one that
+    // has waited longest without progress (sending its request, or reading
+    // its answer); only when every slot has a request being worked on is the
+    // newcomer turned away.
     std::size_t maxConnections = 64;
+    // Threads that run tool calls and resource reads, so that a long one
+    // holds up neither the others nor the cheap requests.
+    std::size_t workerThreads = 2;
+    // Tests only: run on a worker before each request it handles.
+    std::function<void()> beforeWorkerRequest{};
 };
 
 // The loopback HTTP server through which AI assistants reach the log:
@@ -29,9 +50,11 @@ struct McpServerOptions {
 // user's get 403 at once.
 //
 // Threads: start() and stop() are called from the owner's thread. All
-// network work and every request runs on the server's own thread, one at a
-// time in the order requests complete; the database and features must
-// accept calls from it.
+// network work, and the cheap requests (initialize, ping, listings, anything
+// refused before it reaches the dispatcher), run on the server's own thread;
+// tool calls, resource reads and batches run on its worker threads, each
+// with a dispatcher of its own. The database and features must therefore
+// accept calls from several threads at once.
 class McpServer {
 public:
     // The database, features and clock must outlive the server.
@@ -59,14 +82,14 @@ public:
     // port is taken, say); the rest of the program runs on without it.
     void start();
 
-    // Stops listening and serving; connections still open are dropped. A
-    // request already running is answered first. Safe to call twice, or
-    // without start().
+    // Stops listening and serving; connections still open are dropped,
+    // requests not yet started are dropped, and those already running are
+    // answered first. Safe to call twice, or without start().
     void stop();
-    // As stop(), but gives up waiting for a running request after `grace`
-    // and returns false; the server's thread then still uses the database
-    // and features until that request ends, and destroying the server waits
-    // for it.
+    // As stop(), but gives up waiting for running requests after `grace`
+    // and returns false; the server's threads then still use the database
+    // and features until those requests end, and destroying the server (or
+    // stop()) waits for them.
     bool stopWithin(std::chrono::milliseconds grace);
 
 private:

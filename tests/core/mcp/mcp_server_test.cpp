@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <future>
@@ -36,7 +37,10 @@ public:
     }
     ~RawClient() { ::close(fd_); }
 
-    void send(const std::string& bytes) { ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
+    // False once the server has closed the connection.
+    bool send(const std::string& bytes) {
+        return ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL) >= 0;
+    }
     void finishSending() { ::shutdown(fd_, SHUT_WR); }
 
     // Everything until the server closes; `timedOut` if it went quiet for
@@ -101,7 +105,8 @@ protected:
     Database db_{folder_.file("activities.db")};
     Features features_{folder_.file("settings.json"), [] { return std::string(); }};
     SystemClock clock_;
-    McpServer server_{db_, features_, clock_, {.port = 0, .requestTimeout = 500ms}};
+    McpServer server_{
+        db_, features_, clock_, {.port = 0, .headTimeout = 500ms, .bodyTimeout = 500ms}};
 };
 
 TEST_F(Server, AnswersOnBothLoopbackAddressesAndCloses) {
@@ -193,19 +198,26 @@ TEST_F(Server, OversizedRequestsAre413) {
     }
 }
 
-TEST_F(Server, AnAnswerStillBeingWrittenOutlastsTheRequestDeadline) {
-    // Some 20 MB of answer, far more than the socket buffers hold.
+// Some 20 MB of answer, far more than the socket buffers hold.
+void insertBulkyDay(Database& db) {
     for (int i = 0; i < 100; ++i) {
-        db_.insert(testing::act("App", 1000 + i, 1001 + i, std::string(2000, 'x')));
+        db.insert(testing::act("App", 1000 + i, 1001 + i, std::string(2000, 'x')));
     }
+}
+std::string bulkyBatch() {
     std::string batch = "[";
     for (int i = 0; i < 100; ++i) {
         batch +=
             std::string(i ? "," : "") +
             R"({"jsonrpc":"2.0","id":1,"method":"tools/call","params":{"name":"search_activities","arguments":{"query":"App","limit":100}}})";
     }
+    return batch + "]";
+}
+
+TEST_F(Server, AnAnswerStillBeingWrittenOutlastsTheRequestDeadline) {
+    insertBulkyDay(db_);
     RawClient client(port());
-    client.send(post(batch + "]"));
+    client.send(post(bulkyBatch()));
     // Reading nothing until the 500 ms request deadline has passed is the
     // point: the answer must still be being written then.
     std::this_thread::sleep_for(600ms);
@@ -216,16 +228,17 @@ TEST_F(Server, AnAnswerStillBeingWrittenOutlastsTheRequestDeadline) {
     EXPECT_EQ(answer.size() - headEnd - 4, std::stoul(answer.substr(lengthAt)));
 }
 
-TEST_F(Server, AFloodOfIdleConnectionsDoesNotStarveRealClients) {
+TEST_F(Server, AFloodOfIdleConnectionsMakesWayForNewcomers) {
     std::vector<std::unique_ptr<RawClient>> idle;
     for (int i = 0; i < 80; ++i) {
         idle.push_back(std::make_unique<RawClient>(port()));
     }
-    // Those beyond the 64 slots are closed at once, well before the deadline.
-    EXPECT_EQ(idle.back()->receiveAll(400ms), "");
-    EXPECT_FALSE(idle.back()->timedOut);
-    // The rest hold their slots until the deadline; then service resumes.
-    EXPECT_TRUE(testing::eventually([&] { return exchange(port(), post(kPing)) == kPong; }, 3s));
+    // The oldest of them are closed to make room, well before their deadline,
+    RawClient client(port());
+    client.send(post(kPing));
+    EXPECT_EQ(client.receiveAll(400ms), kPong);  // and a real client is served at once.
+    EXPECT_EQ(idle.front()->receiveAll(400ms), "");
+    EXPECT_FALSE(idle.front()->timedOut);
 }
 
 TEST_F(Server, ABurstOfConcurrentClientsIsAllAnswered) {
@@ -297,6 +310,96 @@ TEST_F(Server, StoppingGivesUpOnARequestThatHangs) {
     write.get();
     EXPECT_EQ(answer.get().substr(0, 15), "HTTP/1.1 200 OK");  // the request still ends well
     server_.stop();
+}
+
+// Clients that connect and dribble their request a byte at a time, or never
+// read their answers, hold connections for as long as the server lets them;
+// a well-behaved client must still be answered every time.
+TEST(ServerUnderLoad, SlowAndNonReadingClientsCannotShutOthersOut) {
+    testing::TempFolder folder;
+    Database db{folder.file("activities.db")};
+    Features features{folder.file("settings.json"), [] { return std::string(); }};
+    SystemClock clock;
+    insertBulkyDay(db);
+    McpServer server{db,
+                     features,
+                     clock,
+                     {.port = 0,
+                      .headTimeout = 300ms,
+                      .bodyTimeout = 300ms,
+                      .writeTimeout = 1s,
+                      .minAnswerBytesPerSecond = 100 * 1024 * 1024,
+                      .maxPendingAnswerBytes = 8 * 1024 * 1024,
+                      .maxConnections = 16}};
+    server.start();
+    std::atomic<bool> done = false;
+    std::vector<std::thread> attackers;
+    for (int i = 0; i < 16; ++i) {
+        attackers.emplace_back([&] {
+            const std::string request = post(kPing);
+            while (!done) {
+                RawClient slow(server.boundPort());
+                for (size_t sent = 0; !done && slow.send(request.substr(sent % 40, 1)); ++sent) {
+                    std::this_thread::sleep_for(50ms);
+                }
+            }
+        });
+    }
+    for (int i = 0; i < 4; ++i) {
+        attackers.emplace_back([&] {
+            while (!done) {
+                RawClient deaf(server.boundPort());
+                deaf.send(post(bulkyBatch()));
+                for (int wait = 0; !done && wait < 20; ++wait) {
+                    std::this_thread::sleep_for(50ms);
+                }
+            }
+        });
+    }
+    std::this_thread::sleep_for(500ms);  // every slot taken
+    for (int i = 0; i < 20; ++i) {
+        RawClient client(server.boundPort());
+        client.send(post(kPing));
+        EXPECT_EQ(client.receiveAll(2s), kPong) << i;
+        std::this_thread::sleep_for(100ms);
+    }
+    done = true;
+    for (auto& attacker : attackers) {
+        attacker.join();
+    }
+}
+
+TEST(ServerUnderLoad, CheapRequestsAreAnsweredWhileAToolCallRuns) {
+    testing::TempFolder folder;
+    Database db{folder.file("activities.db")};
+    Features features{folder.file("settings.json"), [] { return std::string(); }};
+    SystemClock clock;
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    std::atomic<int> running = 0;
+    McpServer server{
+        db, features, clock, {.port = 0, .workerThreads = 2, .beforeWorkerRequest = [&] {
+                                  ++running;
+                                  released.wait();
+                              }}};
+    server.start();
+    // Every worker busy: a ping must not need one.
+    std::vector<std::future<std::string>> calls;
+    for (int i = 0; i < 2; ++i) {
+        calls.push_back(std::async(std::launch::async, [&] {
+            return exchange(server.boundPort(),
+                            post(R"({"jsonrpc":"2.0","id":1,"method":"tools/call",)"
+                                 R"("params":{"name":"get_activities","arguments":{}}})"));
+        }));
+    }
+    ASSERT_TRUE(testing::eventually([&] { return running == 2; }, 5s));
+    RawClient client(server.boundPort());
+    client.send(post(kPing));
+    EXPECT_EQ(client.receiveAll(2s), kPong);
+    release.set_value();
+    for (auto& call : calls) {
+        EXPECT_TRUE(call.get().starts_with("HTTP/1.1 200 OK"));
+    }
 }
 
 }  // namespace
