@@ -37,8 +37,8 @@ Json parseError(const std::string& reason) {
 // Deeper nesting than any request needs would only cost stack in the
 // recursive copies and destruction of the parsed value.
 constexpr int kMaxNesting = 64;
-// One batch runs on the server's only thread; a long one would hold up
-// every other client.
+// One batch runs on one of the server's two workers; a long one would hold
+// up half the server.
 constexpr size_t kMaxBatch = 100;
 constexpr int kResourceActivityLimit = 200;
 

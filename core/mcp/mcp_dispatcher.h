@@ -20,7 +20,9 @@ namespace kvillo {
 // listed. Tool arguments holding a NUL character, or a text the tool stores or
 // matches longer than AnswerCaps::kMaxTextCodePoints, are refused before the
 // tool runs. Every tool answer and resource text is held to
-// AnswerCaps::kMaxAnswerBytes. One thread at a time.
+// AnswerCaps::kMaxAnswerBytes. One thread at a time per instance; the server
+// keeps one per thread, all on the same database, features and clock, so
+// nothing here is shared but those.
 class McpDispatcher {
 public:
     // The protocol versions answered as asked; any other gets the newest.

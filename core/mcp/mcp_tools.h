@@ -30,7 +30,7 @@ struct DayRange : TimeRange {
 // days and at most the last 92 of them, and an answer for a range cut to
 // that first says which days it covers. Date-times are written as the local
 // clock with its UTC offset. Texts with a NUL character never get here (the
-// dispatcher refuses them). One thread at a time (the server's).
+// dispatcher refuses them). One thread at a time per instance.
 class McpTools {
 public:
     // The database and clock must outlive the tools.

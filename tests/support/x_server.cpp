@@ -78,7 +78,20 @@ void XServer::kill() {
 }
 
 bool XServer::activate(const std::string& windowID) {
-    return runProcess({"xdotool", "windowactivate", "--sync", windowID}).status == 0;
+    // `xdotool --sync` waits for ever when the window manager lets a request
+    // pass (it does under load), so ask again until the root says so.
+    auto isActive = [&] {
+        auto active = runProcess({"xdotool", "getactivewindow"});
+        return active.status == 0 && std::strtoul(active.output.c_str(), nullptr, 10) ==
+                                         std::strtoul(windowID.c_str(), nullptr, 0);
+    };
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        runProcess({"xdotool", "windowactivate", windowID});
+        if (eventually(isActive, std::chrono::seconds(1))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool XServer::waitUntilManaged(const std::string& windowID) {
