@@ -40,6 +40,8 @@ constexpr int kMaxNesting = 64;
 // One batch runs on one of the server's two workers; a long one would hold
 // up half the server.
 constexpr size_t kMaxBatch = 100;
+constexpr std::string_view kBatchTooLarge =
+    "The batch's answers passed 4 MB: send this request again on its own.";
 constexpr int kResourceActivityLimit = 200;
 
 // The store takes a text only up to its first zero byte, while the answer
@@ -140,9 +142,21 @@ std::optional<std::string> McpDispatcher::handleBody(std::string_view body) {
         return writeJson(
             parseError("a batch holds at most " + std::to_string(kMaxBatch) + " requests"));
     }
+    // Each answer is capped, but a hundred capped answers are not: once the
+    // batch's answers pass the cap, the rest are refused unrun.
     Json responses = Json::array();
+    size_t answeredBytes = 0;
     for (const auto& element : message) {
+        if (answeredBytes > AnswerCaps::kMaxAnswerBytes) {
+            auto read = readRequest(element);
+            if (auto* request = std::get_if<JsonRpcRequest>(&read); request && request->id) {
+                responses.push_back(errorResponse(request->id, JsonRpcCode::internalError,
+                                                  std::string(kBatchTooLarge)));
+            }
+            continue;
+        }
         if (auto response = answer(element)) {
+            answeredBytes += response->dump().size();
             responses.push_back(std::move(*response));
         }
     }

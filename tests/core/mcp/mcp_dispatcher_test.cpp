@@ -210,5 +210,20 @@ TEST_F(Dispatcher, ResourcesReadTheDaysOfTheClock) {
     EXPECT_EQ(unknown["error"]["message"], "Unknown resource URI: kvillo://usage/yesterday");
 }
 
+TEST_F(Dispatcher, ABatchOfLargeAnswersStopsPastTheCap) {
+    // About 3 MB of titles today: one answer fits, two pass the cap.
+    for (int i = 0; i < 3000; ++i) {
+        add("Code", testing::localTime(2026, 11, 23, 9) + i, 0.01, std::string(1000, 'x'));
+    }
+    std::string call = R"({"jsonrpc":"2.0","id":1,"method":"tools/call","params":)"
+                       R"({"name":"get_activities","arguments":{"limit":5000}}})";
+    auto answers = Json::parse(*dispatcher_.handleBody("[" + call + "," + call + "," + call + "]"));
+    ASSERT_EQ(answers.size(), 3u);
+    EXPECT_TRUE(answers[0].contains("result"));
+    EXPECT_TRUE(answers[1].contains("result"));
+    EXPECT_EQ(answers[2]["error"]["message"],
+              "The batch's answers passed 4 MB: send this request again on its own.");
+}
+
 }  // namespace
 }  // namespace kvillo
