@@ -61,13 +61,21 @@ void ActivityMonitor::start() {
             [this](std::optional<FrontApplication> application) {
                 handleDesktopActivation(application);
             },
-        .willSleep = [this] { enterIdle(clock_.now()); },
+        .willSleep =
+            [this] {
+                machineAsleep_ = true;
+                enterIdle(clock_.now());
+            },
         .displaySlept =
             [this] {
                 displayAsleep_ = true;
                 enterIdle(clock_.now());
             },
-        .woke = [this] { wake(); },
+        .woke =
+            [this] {
+                machineAsleep_ = false;
+                wake();
+            },
         .locked =
             [this] {
                 screenLocked_ = true;
@@ -76,11 +84,13 @@ void ActivityMonitor::start() {
         .unlocked =
             [this] {
                 screenLocked_ = false;
+                machineAsleep_ = false;  // someone is back, whatever was missed
                 handleActivation(front());
             },
         // The subscription stays until stop(): this runs inside it.
         .ended =
             [this] {
+                sessionEnded_ = true;
                 timer_.stop();
                 endOpenActivity(clock_.now());
             },
@@ -162,7 +172,9 @@ void ActivityMonitor::handleActivation(const std::optional<FrontApplication>& ap
     if (!application) {
         return;
     }
-    if (application->bundleID == kLoginWindowBundleID) {
+    // Between "about to sleep" and waking, the machine may run a few seconds
+    // more (logind waits for every delay); nothing that happens then is work.
+    if (application->bundleID == kLoginWindowBundleID || machineAsleep_ || sessionEnded_) {
         enterIdle(now);
         return;
     }

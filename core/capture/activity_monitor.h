@@ -24,9 +24,9 @@ namespace kvillo {
 // and display sleep, ends a pause whose time has come, ends the open task
 // after a long absence, and notes that it is alive (see AliveMarker), so
 // the repair after a crash ends the row left open near the crash. Settings
-// are read afresh at every event and tick. A failed write is retried by the
-// next event; whether writing works is reported through
-// onWriteStatusChanged().
+// are read afresh at every event and tick. A failed write is not retried
+// (a row left open is closed by the repair at the next start); whether
+// writing works is reported through onWriteStatusChanged().
 //
 // Threads: every member, every event and every tick runs on one thread (the
 // UI thread). The desktop, clock and timer must outlive the monitor.
@@ -88,6 +88,8 @@ private:
     bool running_ = false;
     bool screenLocked_ = false;
     bool displayAsleep_ = false;
+    bool machineAsleep_ = false;  // from willSleep until woke (or an unlock)
+    bool sessionEnded_ = false;
     bool writeFailing_ = false;
 
     std::optional<std::int64_t> currentActivityID_;

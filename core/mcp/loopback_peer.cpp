@@ -49,6 +49,14 @@ void fill(const sockaddr_storage& address, __be16& port, __be32 (&bytes)[4]) {
     }
 }
 
+// A client that closed at once leaves a TIME_WAIT socket, which belongs to
+// nobody: the kernel reports it as uid 0 with no inode. It is no proof of
+// who sent what is still waiting to be read.
+bool isOwned(unsigned state, unsigned long inode) {
+    constexpr unsigned kTimeWait = 6;  // TCP_TIME_WAIT
+    return state != kTimeWait && inode != 0;
+}
+
 std::optional<uid_t> askSockDiag(const AddressPair& pair) {
     int fd = ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);
     if (fd < 0) {
@@ -78,8 +86,12 @@ std::optional<uid_t> askSockDiag(const AddressPair& pair) {
         ssize_t received = ::recv(fd, buffer, sizeof buffer, 0);
         auto* reply = reinterpret_cast<nlmsghdr*>(buffer);
         if (received > 0 && NLMSG_OK(reply, static_cast<unsigned>(received)) &&
-            reply->nlmsg_type == SOCK_DIAG_BY_FAMILY) {
-            user = static_cast<inet_diag_msg*>(NLMSG_DATA(reply))->idiag_uid;
+            reply->nlmsg_type == SOCK_DIAG_BY_FAMILY &&
+            reply->nlmsg_len >= NLMSG_LENGTH(sizeof(inet_diag_msg))) {
+            const auto* socket = static_cast<const inet_diag_msg*>(NLMSG_DATA(reply));
+            if (isOwned(socket->idiag_state, socket->idiag_inode)) {
+                user = socket->idiag_uid;
+            }
         }
     }
     ::close(fd);
@@ -113,10 +125,12 @@ std::optional<uid_t> readProcTable(const AddressPair& pair) {
         std::istringstream fields(line);
         std::string slot, localColumn, remoteColumn, state, queues, timer, retransmits;
         uid_t user = 0;
+        unsigned long timeout = 0, inode = 0;
         if (fields >> slot >> localColumn >> remoteColumn >> state >> queues >> timer >>
-                retransmits >> user &&
+                retransmits >> user >> timeout >> inode &&
             localColumn == peer && remoteColumn == local) {
-            return user;
+            return isOwned(std::stoul(state, nullptr, 16), inode) ? std::optional(user)
+                                                                  : std::nullopt;
         }
     }
     return std::nullopt;

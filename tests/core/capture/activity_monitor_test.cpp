@@ -223,7 +223,8 @@ TEST_F(Monitor, SleepNamelessAppsAndSleepingDisplays) {
     desktop_.displayAsleep = false;
     desktop_.activate(std::nullopt);  // no window in front
     EXPECT_EQ(rows().size(), 1u);
-    desktop_.activate(kBrowser);
+    desktop_.front = kBrowser;
+    desktop_.wake();
     EXPECT_EQ(rows().size(), 2u);
 }
 
@@ -269,7 +270,7 @@ TEST_F(Monitor, UnderTheLockNothingCountsAndNoRowEndsBeforeItBegan) {
     EXPECT_EQ(rows()[2].endTime, opened);
 }
 
-TEST_F(Monitor, ASleepingDisplayEndsTheRowAndWakingStartsOneWithoutIdleDetection) {
+TEST_F(Monitor, SleepingDisplaysAndMachinesEndTheRowAndWakingStartsOne) {
     features_.set(Features::Key::idleDetection, false);
     desktop_.front = kEditor;
     monitor_.start();
@@ -293,11 +294,26 @@ TEST_F(Monitor, ASleepingDisplayEndsTheRowAndWakingStartsOneWithoutIdleDetection
     ASSERT_EQ(rows().size(), 3u);
     EXPECT_EQ(rows()[2].startTime, clock_.now());
 
-    // The end of the session ends the row and the ticks.
+    // Between "about to sleep" and the sleep, input and switches open nothing.
+    clock_.advance(30);
+    desktop_.sleep();
+    desktop_.idleSeconds = 0;
+    timer_.run(5);
+    desktop_.activate(kBrowser);
+    EXPECT_EQ(rows().size(), 3u);
+    timer_.run(kHour);
+    desktop_.wake();
+    ASSERT_EQ(rows().size(), 4u);
+    EXPECT_EQ(rows()[3].startTime, clock_.now());
+
+    // The end of the session ends the row and the ticks, and nothing after
+    // it opens another.
     clock_.advance(30);
     desktop_.end();
-    EXPECT_EQ(rows()[2].endTime, clock_.now());
+    EXPECT_EQ(rows()[3].endTime, clock_.now());
     EXPECT_FALSE(timer_.running());
+    desktop_.activate(kEditor);
+    EXPECT_EQ(rows().size(), 4u);
 }
 
 TEST_F(Monitor, ALeftoverRowEndsWhenTheProgramWasLastAlive) {

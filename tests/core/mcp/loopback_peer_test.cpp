@@ -16,7 +16,9 @@ constexpr uid_t kNobody = 65534;
 // given) that holds its connection open until the test is done.
 class Connection {
 public:
-    Connection(bool ipv6, std::optional<uid_t> user) {
+    // `closeFirst`: the client closes and exits before the connection is
+    // accepted, as one that sends a request and hangs up at once.
+    Connection(bool ipv6, std::optional<uid_t> user, bool closeFirst = false) {
         listener_ = ::socket(ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM, 0);
         sockaddr_in v4{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
         sockaddr_in6 v6{AF_INET6, 0, 0, in6addr_loopback, 0};
@@ -35,17 +37,26 @@ public:
             }
             int client = ::socket(ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM, 0);
             ::connect(client, address, length);
+            if (closeFirst) {
+                ::_exit(0);
+            }
             char byte;
             [[maybe_unused]] auto ignored = ::read(done[0], &byte, 1);
             ::_exit(0);
         }
         ::close(done[0]);
         done_ = done[1];
+        if (closeFirst) {
+            ::waitpid(child_, nullptr, 0);
+            child_ = -1;
+        }
         accepted_ = ::accept(listener_, nullptr, nullptr);
     }
     ~Connection() {
         ::close(done_);
-        ::waitpid(child_, nullptr, 0);
+        if (child_ > 0) {
+            ::waitpid(child_, nullptr, 0);
+        }
         ::close(accepted_);
         ::close(listener_);
     }
@@ -80,6 +91,15 @@ TEST(LoopbackPeer, NamesTheUserAtTheOtherEndOverBothAddressesAndBothSources) {
         EXPECT_EQ(loopbackPeerUser(connection.accepted()), expected);
         EXPECT_EQ(loopbackPeerUserFromProc(connection.accepted()), expected);
     }
+}
+
+// A socket its program has already closed belongs to nobody (the kernel
+// says uid 0), so whatever it left to be read is nobody's either.
+TEST(LoopbackPeer, AClientThatHungUpIsNobody) {
+    Connection connection(false, std::nullopt, /*closeFirst=*/true);
+    ASSERT_GE(connection.accepted(), 0);
+    EXPECT_EQ(loopbackPeerUser(connection.accepted()), std::nullopt);
+    EXPECT_EQ(loopbackPeerUserFromProc(connection.accepted()), std::nullopt);
 }
 
 }  // namespace

@@ -109,7 +109,7 @@ TEST_F(FeaturesTest, ABrokenFileKeepsAiAccessOffUntilTheUserTurnsItOn) {
     // A file another user cannot read, though it says on.
     testing::writeFile(file_, R"({"aiAccess": true})");
     ::chmod(folder_.path().c_str(), 0755);
-    ::chmod(file_.c_str(), 0600);
+    ::chmod(file_.c_str(), 0);  // binds a non-root owner too; root needs the other user
     auto seen = testing::runAsAnotherUser([&] {
         Features other(file_, [] { return std::string(); });
         return std::string(other.settingsFileState() == State::unreadable ? "unreadable" : "?") +
