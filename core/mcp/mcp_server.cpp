@@ -101,6 +101,7 @@ private:
     void enqueue(std::shared_ptr<Connection> connection);
     void work(Responder& responder);
     void finishedWork();
+    void stopIfDone();
     void beginStopping();
 
     McpServerOptions options_;
@@ -206,6 +207,7 @@ private:
         std::erase(server_.open_, this);
         server_.pendingAnswerBytes_ -= unsent();
         written_ = answer_ ? answer_->size() : 0;
+        server_.stopIfDone();
     }
 
     std::size_t unsent() const { return answer_ ? answer_->size() - written_ : 0; }
@@ -318,6 +320,7 @@ private:
         socket_.shutdown(tcp::socket::shutdown_send, ignored);
         expireAfter(kLinger);
         drain();
+        server_.stopIfDone();
     }
 
     void drain() {
@@ -415,7 +418,16 @@ void McpServer::Impl::work(Responder& responder) {
 
 void McpServer::Impl::finishedWork() {
     --working_;
-    if (stopping_ && working_ == 0) {
+    stopIfDone();
+}
+
+// Once stopping, the network thread ends when no request runs and every
+// answer already begun has been written (its write deadline bounds that).
+void McpServer::Impl::stopIfDone() {
+    if (stopping_ && working_ == 0 &&
+        std::none_of(open_.begin(), open_.end(), [](const Connection* connection) {
+            return connection->state() == Connection::State::writing;
+        })) {
         io_.stop();
     }
 }
@@ -443,9 +455,7 @@ void McpServer::Impl::beginStopping() {
             connection->close();
         }
     }
-    if (working_ == 0) {
-        io_.stop();
-    }
+    stopIfDone();
 }
 
 void McpServer::Impl::start() {

@@ -38,7 +38,8 @@ struct McpServerOptions {
     // newcomer turned away.
     std::size_t maxConnections = 64;
     // Threads that run tool calls and resource reads, so that a long one
-    // holds up neither the others nor the cheap requests.
+    // never holds up the cheap requests (tool calls still take turns on the
+    // one database connection).
     std::size_t workerThreads = 2;
     // Tests only: run on a worker before each request it handles.
     std::function<void()> beforeWorkerRequest{};

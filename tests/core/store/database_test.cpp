@@ -15,6 +15,7 @@
 
 #include "core/store/database.h"
 #include "tests/support/damaged_store.h"
+#include "tests/support/process.h"
 #include "tests/support/records.h"
 #include "tests/support/temp_folder.h"
 
@@ -568,11 +569,11 @@ TEST(DatabaseCrash, KillingTheWriterMidWriteLeavesASoundFile) {
         return 0;
     });
     Database reader(path);
-    while (reader.fetchActivities(0, 1e9).size() < 300) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    bool wrote = testing::eventually([&] { return reader.fetchActivities(0, 1e9).size() >= 300; },
+                                     std::chrono::seconds(30));
     ::kill(writer, SIGKILL);
     exitStatus(writer);
+    ASSERT_TRUE(wrote) << "the writer wrote too little before it was killed";
 
     sqlite3* db = nullptr;
     ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
