@@ -53,7 +53,13 @@ void ActivityMonitor::start() {
     }
     running_ = true;
     write([&] {
-        database_.closeDanglingActivities(kMaxLeftoverDuration, clock_.now(), aliveMarker_.read());
+        std::optional<Database::SignOfLife> lastAlive;
+        if (auto at = aliveMarker_.read()) {
+            // Noted at every tick a minute after the last note while a row
+            // is open.
+            lastAlive = Database::SignOfLife{*at, AliveMarker::kInterval + kTickInterval};
+        }
+        database_.closeDanglingActivities(kMaxLeftoverDuration, clock_.now(), lastAlive);
     });
     write([&] { database_.repairOverlaps(); });
     desktop_.subscribe(DesktopEvents{

@@ -192,7 +192,11 @@ private:
     void expireAfter(std::chrono::milliseconds timeout) {
         deadline_.expires_after(timeout);
         deadline_.async_wait([self = shared_from_this()](std::error_code error) {
-            if (!error) {
+            // A wait already queued when the deadline moved still comes as
+            // a success: only a deadline that has really passed counts, and
+            // never while the request is being worked on.
+            if (!error && self->deadline_.expiry() <= Steady::now() &&
+                self->state_ != State::working) {
                 self->close();
             }
         });

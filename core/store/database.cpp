@@ -51,21 +51,23 @@ const std::string kOpenForWritingText =
     std::string(Database::kSchema) + "\nPRAGMA journal_mode=WAL;\nPRAGMA synchronous=NORMAL;";
 const char* const kOpenForWriting = kOpenForWritingText.c_str();
 
-// ?1 max duration, ?2 now, ?3 when the recording program was last known
-// to be alive (NULL when unknown).
+// ?1 max duration, ?2 now, ?3 when the recording program was last known to
+// be alive (NULL when unknown), ?4 how often it notes that while recording.
+// Only the last row can have been open when it stopped; its end then lies
+// between that sign of life and the next one that never came.
 constexpr const char* kCloseDangling =
     "UPDATE activities\n"
-    "SET end_time = CASE WHEN ?3 > start_time THEN MIN(\n"
-    "    ?3,\n"
-    "    COALESCE((SELECT MIN(b.start_time) FROM activities b WHERE b.start_time > "
-    "activities.start_time), ?3),\n"
-    "    MAX(start_time, ?2))\n"
-    "ELSE MIN(\n"
-    "    COALESCE((SELECT MIN(b.start_time) FROM activities b WHERE b.start_time > "
+    "SET end_time = CASE\n"
+    "    WHEN NOT EXISTS (SELECT 1 FROM activities b WHERE b.start_time > "
+    "activities.start_time)\n"
+    "         AND ?3 + ?4 >= start_time\n"
+    "    THEN MIN(MAX(?3, start_time), MAX(start_time, ?2))\n"
+    "    ELSE MIN(\n"
+    "        COALESCE((SELECT MIN(b.start_time) FROM activities b WHERE b.start_time > "
     "activities.start_time),\n"
-    "             start_time + ?1),\n"
-    "    start_time + ?1,\n"
-    "    MAX(start_time, ?2)) END\n"
+    "                 start_time + ?1),\n"
+    "        start_time + ?1,\n"
+    "        MAX(start_time, ?2)) END\n"
     "WHERE end_time IS NULL;";
 
 constexpr const char* kRepairOverlaps =
@@ -323,12 +325,13 @@ std::unique_lock<std::mutex> Database::lockForWriting() {
 }
 
 void Database::closeDanglingActivities(Duration maxDuration, TimePoint now,
-                                       std::optional<TimePoint> lastAlive) {
+                                       std::optional<SignOfLife> lastAlive) {
     auto lock = lockForWriting();
     Statement statement(db_, kCloseDangling);
     statement.bind(1, maxDuration);
     statement.bind(2, now);
-    statement.bind(3, lastAlive);
+    statement.bind(3, lastAlive ? std::optional(lastAlive->at) : std::nullopt);
+    statement.bind(4, lastAlive ? lastAlive->interval : 0.0);
     statement.run();
 }
 

@@ -55,13 +55,21 @@ public:
     // it for writing again, so writing resumes once the cause is gone.
     std::optional<std::string> readOnlyReason();
 
+    // When the recording program was last known to be alive, and how often
+    // it notes that while a row is open.
+    struct SignOfLife {
+        TimePoint at = 0;
+        Duration interval = 0;
+    };
+
     // Repairs run at start. Every open activity ends at the earliest of the
     // next activity's start, its own start + maxDuration, and max(its start,
-    // now); but when the recording program is known to have been alive
-    // after the activity began (`lastAlive`), at the earliest of that time,
-    // the next activity's start and max(its start, now).
+    // now); but the last activity, when `lastAlive` shows the program was
+    // still noting signs of life after it began (at most one interval
+    // before its start), ends at that sign of life (never before its start,
+    // never after now).
     void closeDanglingActivities(Duration maxDuration, TimePoint now,
-                                 std::optional<TimePoint> lastAlive = std::nullopt);
+                                 std::optional<SignOfLife> lastAlive = std::nullopt);
     // Cuts back every activity that runs past the next one's start. Open
     // activities are left alone.
     void repairOverlaps();

@@ -393,26 +393,19 @@ TEST_F(DatabaseTest, ProjectsAreUniqueWithoutRegardToCase) {
 TEST_F(DatabaseTest, DanglingActivitiesCloseAtTheEarliestSensibleEnd) {
     const double now = 100 * kHour;
     const double crashed = now - 10 * kHour;
+    const double recent = now - 5 * kMinute;
     struct Row {
         const char* name;
         std::optional<double> lastAlive;
-        Ends expected;
+        double recentEnd;
     };
-    // "Crashed" is open with nothing after it for a while, "Followed" is
-    // open until "Next" began, "Recent" began five minutes ago.
+    // "Crashed" is open with a gap after it, "Followed" open until "Next"
+    // began, "Recent" the last: only it can have been open at the crash.
     const Row rows[] = {
-        {"no sign of life: half an hour at most",
-         std::nullopt,
-         {crashed + 30 * kMinute, now - 5 * kHour + 10 * kMinute, now - 4 * kHour, now}},
-        {"alive two hours after the crashed row began",
-         crashed + 2 * kHour,
-         {crashed + 2 * kHour, now - 5 * kHour + 10 * kMinute, now - 4 * kHour, now}},
-        {"alive long after: never past the next row, nor now",
-         now - 2 * kMinute,
-         {now - 5 * kHour, now - 5 * kHour + 10 * kMinute, now - 4 * kHour, now - 2 * kMinute}},
-        {"alive before every row began: as without",
-         crashed - kHour,
-         {crashed + 30 * kMinute, now - 5 * kHour + 10 * kMinute, now - 4 * kHour, now}},
+        {"no sign of life: at most half an hour, never past now", std::nullopt, now},
+        {"alive after the last row began: there", recent + 3 * kMinute, recent + 3 * kMinute},
+        {"alive just before it began: where it began", recent - 30, recent},
+        {"alive long before: as without", recent - kHour, now},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -421,9 +414,16 @@ TEST_F(DatabaseTest, DanglingActivitiesCloseAtTheEarliestSensibleEnd) {
         db.insert(act("Crashed", crashed, std::nullopt));
         db.insert(act("Followed", now - 5 * kHour, std::nullopt));
         db.insert(act("Next", now - 5 * kHour + 10 * kMinute, now - 4 * kHour));
-        db.insert(act("Recent", now - 5 * kMinute, std::nullopt));
-        db.closeDanglingActivities(30 * kMinute, now, row.lastAlive);
-        EXPECT_EQ(column(db.fetchActivities(0, 4e9), &Activity::endTime), row.expected);
+        db.insert(act("Recent", recent, std::nullopt));
+        std::optional<Database::SignOfLife> alive;
+        if (row.lastAlive) {
+            alive = Database::SignOfLife{*row.lastAlive, 65};
+        }
+        db.closeDanglingActivities(30 * kMinute, now, alive);
+        // A sign of life says nothing of rows that others followed.
+        EXPECT_EQ(column(db.fetchActivities(0, 4e9), &Activity::endTime),
+                  (Ends{crashed + 30 * kMinute, now - 5 * kHour + 10 * kMinute, now - 4 * kHour,
+                        row.recentEnd}));
     }
 }
 
