@@ -117,18 +117,23 @@ void SessionWatcher::sessionPropertiesChanged(const QString& interface, const QV
         return;
     }
     if (changed.contains(QStringLiteral("LockedHint"))) {
-        setLocked(changed.value(QStringLiteral("LockedHint")).toBool());
+        lockedHint_ = changed.value(QStringLiteral("LockedHint")).toBool();
     } else if (invalidated.contains(QStringLiteral("LockedHint"))) {
         QDBusInterface session(kLogin, sessionPath_, kSession, QDBusConnection::systemBus());
-        setLocked(session.property("LockedHint").toBool());
+        lockedHint_ = session.property("LockedHint").toBool();
     }
+    updateLocked();
 }
 
 void SessionWatcher::screensaverActiveChanged(bool active) {
-    setLocked(active);
+    screensaverActive_ = active;
+    updateLocked();
 }
 
-void SessionWatcher::setLocked(bool isLocked) {
+// Either source may say "locked"; only when neither does is the screen
+// unlocked (a screensaver can end before logind's unlock, say).
+void SessionWatcher::updateLocked() {
+    bool isLocked = lockedHint_ || screensaverActive_;
     if (isLocked == locked_) {
         return;
     }

@@ -13,8 +13,9 @@ namespace kvillo {
 // Sleep, shutdown, the end of the session and screen locking as logind and
 // the screensavers report them: logind's PrepareForSleep and
 // PrepareForShutdown, its SessionRemoved for this session, the session's
-// LockedHint, and the screensavers' ActiveChanged. Without a bus, or
-// without logind, the signals simply never come. Main thread only.
+// LockedHint, and the screensavers' ActiveChanged (the screen counts as
+// locked while either says so). Without a bus, or without logind, the
+// signals simply never come. Main thread only.
 //
 // While it lives it holds a logind "delay" inhibitor for sleep and shutdown,
 // so that logind waits (up to its InhibitDelayMaxSec) until willSleep() has
@@ -46,8 +47,10 @@ private slots:
 private:
     void takeInhibitor();
     void releaseInhibitor();
-    void setLocked(bool isLocked);
+    void updateLocked();
 
+    bool lockedHint_ = false;
+    bool screensaverActive_ = false;
     bool locked_ = false;
     bool asleep_ = false;
     bool sessionEnded_ = false;

@@ -24,6 +24,7 @@ using namespace std::chrono_literals;
 constexpr const char* kLogind = "org.freedesktop.login1";
 constexpr const char* kLogindPath = "/org/freedesktop/login1";
 constexpr const char* kSession = "/org/freedesktop/login1/session/c1";
+constexpr const char* kScreenSaver = "org.gnome.ScreenSaver";
 
 // The mocked logind with session "c1" as this process's session.
 std::string startLogind(testing::SessionBus& bus) {
@@ -56,7 +57,8 @@ std::vector<std::string> inhibitors() {
 }
 
 // logind's locked hint and sleep signal, from a mocked logind holding one
-// session, "c1", through the watcher into a monitor over a fake desktop.
+// session, "c1", and a mocked screensaver, through the watcher into a monitor
+// over a fake desktop.
 TEST(Logind, SleepAndTheLockedHintEndTheOpenRow) {
     testing::SessionBus bus;
     ASSERT_EQ(startLogind(bus), "");
@@ -64,6 +66,7 @@ TEST(Logind, SleepAndTheLockedHintEndTheOpenRow) {
                        "'c1', 'seat0', 0, 'kari', True")
                   .status,
               0);
+    ASSERT_EQ(bus.startMock(kScreenSaver, {"--template", "gnome_screensaver"}), "");
     testing::ScopedEnv session("XDG_SESSION_ID", "c1");
     testing::ensureCoreApplication();
 
@@ -86,6 +89,12 @@ TEST(Logind, SleepAndTheLockedHintEndTheOpenRow) {
     bus.call(kLogind, kSession, "org.freedesktop.login1.Session.SetLockedHint", "True");
     ASSERT_TRUE(testing::processEventsUntil([&] { return rows()[0].endTime.has_value(); }, 5s));
     EXPECT_EQ(rows()[0].endTime, clock.now());
+
+    // A screensaver that ends before logind says "unlocked" unlocks nothing.
+    bus.call(kScreenSaver, "/org/gnome/ScreenSaver", "org.freedesktop.DBus.Mock.EmitSignal",
+             "'org.gnome.ScreenSaver', 'ActiveChanged', 'b', [False]");
+    testing::processEventsFor(300ms);
+    EXPECT_EQ(rows().size(), 1u);
 
     clock.advance(60);
     bus.call(kLogind, kSession, "org.freedesktop.login1.Session.SetLockedHint", "False");
