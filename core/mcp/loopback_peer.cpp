@@ -23,6 +23,7 @@ struct AddressPair {
     sockaddr_storage local{};
 };
 
+// Only a TCP connection over IPv4 or IPv6 has a peer in the socket tables.
 std::optional<AddressPair> addressesOf(int fd) {
     AddressPair pair;
     socklen_t length = sizeof pair.peer;
@@ -30,7 +31,8 @@ std::optional<AddressPair> addressesOf(int fd) {
         return std::nullopt;
     }
     length = sizeof pair.local;
-    if (::getsockname(fd, reinterpret_cast<sockaddr*>(&pair.local), &length) != 0) {
+    if (::getsockname(fd, reinterpret_cast<sockaddr*>(&pair.local), &length) != 0 ||
+        (pair.peer.ss_family != AF_INET && pair.peer.ss_family != AF_INET6)) {
         return std::nullopt;
     }
     return pair;
@@ -140,7 +142,7 @@ std::optional<uid_t> readProcTable(const AddressPair& pair) {
 
 std::optional<uid_t> loopbackPeerUser(int connectedSocket) {
     auto pair = addressesOf(connectedSocket);
-    if (!pair || (pair->peer.ss_family != AF_INET && pair->peer.ss_family != AF_INET6)) {
+    if (!pair) {
         return std::nullopt;
     }
     if (auto user = askSockDiag(*pair)) {
@@ -151,10 +153,7 @@ std::optional<uid_t> loopbackPeerUser(int connectedSocket) {
 
 std::optional<uid_t> loopbackPeerUserFromProc(int connectedSocket) {
     auto pair = addressesOf(connectedSocket);
-    if (!pair || (pair->peer.ss_family != AF_INET && pair->peer.ss_family != AF_INET6)) {
-        return std::nullopt;
-    }
-    return readProcTable(*pair);
+    return pair ? readProcTable(*pair) : std::nullopt;
 }
 
 }  // namespace kvillo

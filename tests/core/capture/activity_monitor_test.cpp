@@ -1,11 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <sqlite3.h>
-
 #include "core/capture/activity_monitor.h"
 #include "tests/support/fake_clock.h"
 #include "tests/support/fake_desktop.h"
 #include "tests/support/records.h"
+#include "tests/support/sql_beside.h"
 #include "tests/support/temp_folder.h"
 
 namespace kvillo {
@@ -18,14 +17,6 @@ using testing::localTime;
 const FrontApplication kEditor{.name = "Code", .bundleID = "code", .processID = 11};
 const FrontApplication kBrowser{.name = "Firefox", .bundleID = "firefox", .processID = 22};
 const FrontApplication kSecondEditor{.name = "Code", .bundleID = "code", .processID = 12};
-
-// Runs SQL on a connection of its own, as another program would.
-void exec(const std::string& path, const char* sql) {
-    sqlite3* side = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &side), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(side, sql, nullptr, nullptr, nullptr), SQLITE_OK);
-    sqlite3_close(side);
-}
 
 class Monitor : public ::testing::Test {
 protected:
@@ -340,14 +331,14 @@ TEST_F(Monitor, SaysOnceWhenTheLogCannotBeWrittenAndOnceWhenItCanAgain) {
     monitor_.onWriteStatusChanged([&](const std::optional<DatabaseError>& error) {
         reports.push_back(error ? std::optional(error->message()) : std::nullopt);
     });
-    exec(db_.path(),
-         "CREATE TRIGGER refuse BEFORE INSERT ON activities "
-         "BEGIN SELECT RAISE(ABORT, 'disk says no'); END;");
+    testing::execBeside(db_.path(),
+                        "CREATE TRIGGER refuse BEFORE INSERT ON activities "
+                        "BEGIN SELECT RAISE(ABORT, 'disk says no'); END;");
     desktop_.front = kEditor;
     monitor_.start();
     desktop_.activate(kBrowser);
     EXPECT_EQ(reports, (std::vector<std::optional<std::string>>{"disk says no"}));
-    exec(db_.path(), "DROP TRIGGER refuse;");
+    testing::execBeside(db_.path(), "DROP TRIGGER refuse;");
     desktop_.activate(kEditor);
     EXPECT_EQ(rows().size(), 1u);
     EXPECT_EQ(reports, (std::vector<std::optional<std::string>>{"disk says no", std::nullopt}));

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <csignal>
 #include <filesystem>
 
 #include "core/files/atomic_file.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
 
@@ -92,14 +91,8 @@ TEST(WriteFileAtomically, FailuresNameThePathAndLeaveTheOldFile) {
     // A write cut short, as by a full disk: a file size limit binds root too.
     std::string file = folder.file("file");
     writeFile(file, "old");
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit old{};
-    ::getrlimit(RLIMIT_FSIZE, &old);
-    rlimit tiny = old;
-    tiny.rlim_cur = 16;
-    ::setrlimit(RLIMIT_FSIZE, &tiny);
-    auto cutShort = writeFileAtomically(file, std::string(4096, 'x'), 0644);
-    ::setrlimit(RLIMIT_FSIZE, &old);
+    auto cutShort = testing::withFileSizeLimit(
+        16, [&] { return writeFileAtomically(file, std::string(4096, 'x'), 0644); });
     ASSERT_TRUE(cutShort);
     EXPECT_EQ(cutShort->error().value(), EFBIG);
     EXPECT_EQ(readFile(file), "old");

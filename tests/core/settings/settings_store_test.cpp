@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-
-#include <csignal>
 #include <filesystem>
 #include <thread>
 
 #include "core/settings/settings_store.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/temp_folder.h"
 
 namespace kvillo {
@@ -79,16 +77,8 @@ TEST(SettingsStore, AWriteThatFailsHalfwayLeavesTheOldFileWhole) {
     ASSERT_TRUE(store.set("language", "nb"));
     std::string before = testing::readFile(file);
 
-    // A file size limit makes the write fail part-way, as a full disk would
-    // (and, unlike permissions, it binds root too).
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit old{};
-    ::getrlimit(RLIMIT_FSIZE, &old);
-    rlimit tiny = old;
-    tiny.rlim_cur = 16;
-    ::setrlimit(RLIMIT_FSIZE, &tiny);
-    bool written = store.set("timesheetName", std::string(4096, 'x'));
-    ::setrlimit(RLIMIT_FSIZE, &old);
+    bool written = testing::withFileSizeLimit(
+        16, [&] { return store.set("timesheetName", std::string(4096, 'x')); });
 
     EXPECT_FALSE(written);
     EXPECT_EQ(testing::readFile(file), before);

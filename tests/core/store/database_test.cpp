@@ -17,6 +17,7 @@
 #include "tests/support/damaged_store.h"
 #include "tests/support/process.h"
 #include "tests/support/records.h"
+#include "tests/support/sql_beside.h"
 #include "tests/support/temp_folder.h"
 
 namespace kvillo {
@@ -28,17 +29,6 @@ using testing::kMinute;
 using testing::localTime;
 using testing::note;
 using Kind = DatabaseError::Kind;
-
-// Runs SQL on a connection of its own to the file, as another process would.
-void exec(const std::string& path, const std::string& sql) {
-    sqlite3* side = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &side), SQLITE_OK);
-    char* error = nullptr;
-    EXPECT_EQ(sqlite3_exec(side, sql.c_str(), nullptr, nullptr, &error), SQLITE_OK)
-        << (error ? error : "");
-    sqlite3_free(error);
-    sqlite3_close(side);
-}
 
 template <typename Action>
 void expectError(Action action, Kind kind, const char* what) {
@@ -104,7 +94,8 @@ TEST(DatabaseOpen, UnusableFilesFailWithTypedErrors) {
                 "Failed to open database: file is not a database");
 
     // Every table is "IF NOT EXISTS", so a foreign one of the same name stays.
-    exec(folder.file("foreign.db"), "CREATE TABLE projects (id INTEGER PRIMARY KEY, title TEXT);");
+    testing::execBeside(folder.file("foreign.db"),
+                        "CREATE TABLE projects (id INTEGER PRIMARY KEY, title TEXT);");
     Database foreign(folder.file("foreign.db"));
     expectError([&] { foreign.fetchProjects(); }, Kind::prepareFailed,
                 "Failed to prepare statement: no such column: name");
@@ -113,11 +104,12 @@ TEST(DatabaseOpen, UnusableFilesFailWithTypedErrors) {
 TEST(DatabaseOpen, AFileFromBeforeTheCoveringIndexGainsIt) {
     testing::TempFolder folder;
     std::string path = folder.file("activities.db");
-    exec(path,
-         "CREATE TABLE activities (id INTEGER PRIMARY KEY AUTOINCREMENT, app_name TEXT NOT NULL, "
-         "bundle_id TEXT, title TEXT, start_time REAL NOT NULL, end_time REAL, "
-         "created_at REAL NOT NULL DEFAULT (strftime('%s','now')));"
-         "INSERT INTO activities (app_name, start_time) VALUES ('Code', 1000);");
+    testing::execBeside(
+        path,
+        "CREATE TABLE activities (id INTEGER PRIMARY KEY AUTOINCREMENT, app_name TEXT NOT NULL, "
+        "bundle_id TEXT, title TEXT, start_time REAL NOT NULL, end_time REAL, "
+        "created_at REAL NOT NULL DEFAULT (strftime('%s','now')));"
+        "INSERT INTO activities (app_name, start_time) VALUES ('Code', 1000);");
     Database(path).fetchProjects();
     sqlite3* db = nullptr;
     ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
@@ -320,9 +312,9 @@ TEST_F(DatabaseTest, InsertingAnAnnotationEndsTheOpenOne) {
 
 TEST_F(DatabaseTest, AFailedAnnotationInsertLeavesTheOpenTaskOpen) {
     auto open = db_.insertAnnotation(note("Rapport", 1000, std::nullopt));
-    exec(path_,
-         "CREATE TRIGGER refuse BEFORE INSERT ON annotations "
-         "BEGIN SELECT RAISE(ABORT, 'disk full'); END;");
+    testing::execBeside(path_,
+                        "CREATE TRIGGER refuse BEFORE INSERT ON annotations "
+                        "BEGIN SELECT RAISE(ABORT, 'disk full'); END;");
     expectError([&] { db_.insertAnnotation(note("Møte", 1600, std::nullopt)); },
                 Kind::executionFailed, "Failed to execute statement: disk full");
     EXPECT_EQ(db_.currentAnnotation(), note("Rapport", 1000, std::nullopt, open));
@@ -436,9 +428,9 @@ TEST_F(DatabaseTest, OverlapsAreCutBackButOpenRowsStayOpen) {
 }
 
 TEST_F(DatabaseTest, FailedStatementsThrowTypedErrorsAndChangeNothing) {
-    exec(path_,
-         "CREATE TRIGGER refuse BEFORE INSERT ON projects "
-         "BEGIN SELECT RAISE(ABORT, 'no projects today'); END;");
+    testing::execBeside(path_,
+                        "CREATE TRIGGER refuse BEFORE INSERT ON projects "
+                        "BEGIN SELECT RAISE(ABORT, 'no projects today'); END;");
     expectError([&] { db_.saveProject("Alpha", {"a"}); }, Kind::executionFailed,
                 "Failed to execute statement: no projects today");
     EXPECT_TRUE(db_.fetchProjects().empty());
