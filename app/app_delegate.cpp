@@ -49,15 +49,16 @@ std::optional<std::string> AppDelegate::launch() {
     QObject::connect(desktop_.get(), &LinuxDesktop::sessionEnded, QCoreApplication::instance(),
                      &QCoreApplication::quit, Qt::QueuedConnection);
     monitor_ = std::make_unique<ActivityMonitor>(*database_, *features_, *desktop_, clock_, timer_);
-    monitor_->onWriteStatusChanged([path = paths_.databaseFile](const auto& failure) {
-        if (failure) {
-            std::cerr << "kvillo: the activity log " << path
-                      << " cannot be written, so nothing is recorded: " << failure->message()
-                      << "\n";
-        } else {
-            std::cerr << "kvillo: the activity log can be written again\n";
-        }
-    });
+    writeStatusReport_ =
+        monitor_->onWriteStatusChanged([path = paths_.databaseFile](const auto& failure) {
+            if (failure) {
+                std::cerr << "kvillo: the activity log " << path
+                          << " cannot be written, so nothing is recorded: " << failure->message()
+                          << "\n";
+            } else {
+                std::cerr << "kvillo: the activity log can be written again\n";
+            }
+        });
     monitor_->start();
 
     mcpServer_ = std::make_unique<McpServer>(*database_, *features_, clock_,

@@ -68,6 +68,7 @@ private:
     std::unique_ptr<Features> features_;
     std::unique_ptr<LinuxDesktop> desktop_;
     std::unique_ptr<ActivityMonitor> monitor_;
+    Subscription writeStatusReport_;  // on stderr
     std::unique_ptr<McpServer> mcpServer_;
     std::unique_ptr<FrontEnd> frontEnd_;  // last, so destroyed first
 };

@@ -57,6 +57,7 @@ struct Report {
     std::vector<NamedTime> apps{};       // largest first
     std::vector<DaySegment> segments{};  // by day, projects before the unmatched time
     std::vector<TaskEntry> tasks{};      // newest first
+    bool operator==(const Report&) const = default;
 };
 
 // The tasks of one day as the overview lists them: one row per text.

@@ -26,8 +26,8 @@ ActivityMonitor::~ActivityMonitor() {
     stop();
 }
 
-void ActivityMonitor::onWriteStatusChanged(WriteStatusObserver observer) {
-    writeStatusObserver_ = std::move(observer);
+Subscription ActivityMonitor::onWriteStatusChanged(WriteStatusObserver observer) {
+    return writeStatusObservers_.subscribe(std::move(observer));
 }
 
 template <typename Write>
@@ -38,11 +38,11 @@ bool ActivityMonitor::write(Write&& write) {
     } catch (const DatabaseError& error) {
         failure = error;
     }
-    if (failure.has_value() != writeFailing_) {
-        writeFailing_ = failure.has_value();
-        if (writeStatusObserver_) {
-            writeStatusObserver_(failure);
-        }
+    if (failure.has_value() != writeFailure_.has_value()) {
+        writeFailure_ = failure;
+        writeStatusObservers_.notify(failure);
+    } else if (failure) {
+        writeFailure_ = failure;  // the latest reason
     }
     return !failure;
 }

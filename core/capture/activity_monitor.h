@@ -7,6 +7,7 @@
 
 #include "core/capture/alive_marker.h"
 #include "core/capture/desktop.h"
+#include "core/events/observer_list.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
 #include "core/time/clock.h"
@@ -43,10 +44,15 @@ public:
     ActivityMonitor(const ActivityMonitor&) = delete;
     ActivityMonitor& operator=(const ActivityMonitor&) = delete;
 
-    // Called with the error when writing to the log starts failing, and with
-    // none when it works again; never twice in a row with the same state.
+    // Calls `observer` with the error when writing to the log starts
+    // failing, and with none when it works again; never twice in a row with
+    // the same state.
     using WriteStatusObserver = std::function<void(const std::optional<DatabaseError>&)>;
-    void onWriteStatusChanged(WriteStatusObserver observer);
+    [[nodiscard]] Subscription onWriteStatusChanged(WriteStatusObserver observer);
+    // The last write's failure; none while writing works.
+    const std::optional<DatabaseError>& writeFailure() const { return writeFailure_; }
+    // What the desktop lets it see.
+    DesktopSight sight() const { return desktop_.sight(); }
 
     // Closes rows left open by an earlier run, subscribes to the desktop,
     // starts the tick and records the front application.
@@ -84,13 +90,13 @@ private:
     const Clock& clock_;
     RepeatingTimer& timer_;
     AliveMarker aliveMarker_;
-    WriteStatusObserver writeStatusObserver_;
+    ObserverList<std::optional<DatabaseError>> writeStatusObservers_;
+    std::optional<DatabaseError> writeFailure_;
     bool running_ = false;
     bool screenLocked_ = false;
     bool displayAsleep_ = false;
     bool machineAsleep_ = false;  // from willSleep until woke (or an unlock)
     bool sessionEnded_ = false;
-    bool writeFailing_ = false;
 
     std::optional<std::int64_t> currentActivityID_;
     TimePoint currentStart_ = 0;

@@ -36,6 +36,14 @@ struct DesktopEvents {
     std::function<void()> ended;
 };
 
+// What an adapter can see in this session. Where it is blind, nothing it
+// cannot see is recorded, and the user is told.
+struct DesktopSight {
+    bool frontApplication = true;  // which application is in front (and its title)
+    bool idleTime = true;          // how long since the last input
+    bool operator==(const DesktopSight&) const = default;
+};
+
 // The platform services the activity monitor needs. Adapters implement it
 // for a desktop (X11, later Wayland compositors and macOS); tests fake it.
 class Desktop {
@@ -48,6 +56,8 @@ public:
     virtual Duration secondsSinceLastInput() = 0;
     // Asked at every tick too, for displays whose sleep sends no event.
     virtual bool isDisplayAsleep() = 0;
+    // Fixed once the adapter is made.
+    virtual DesktopSight sight() const = 0;
 
     // Starts delivering events to `events` until unsubscribe().
     virtual void subscribe(DesktopEvents events) = 0;

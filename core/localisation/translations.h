@@ -288,6 +288,24 @@ inline constexpr Translation kTranslations[] = {
      "You have a task running on %@. Switch to %@?",
      "Tienes una tarea en curso en %@. ¿Cambiar a %@?",
      "Vous avez une tâche en cours sur %@. Passer à %@ ?"},
+
+    // What keeps Kvillo from recording or serving truthfully
+    {"Loggen kan ikke skrives, så ingenting blir logget.",
+     "The log cannot be written, so nothing is being logged.",
+     "No se puede escribir en el registro, así que no se registra nada.",
+     "Impossible d’écrire dans le journal : rien n’est enregistré."},
+    {"Kvillo ser ikke hvilket program du bruker her, så ingenting blir logget.",
+     "Kvillo cannot see which app you are using here, so nothing is being logged.",
+     "Kvillo no ve qué aplicación usas aquí, así que no se registra nada.",
+     "Kvillo ne voit pas quelle application vous utilisez ici : rien n’est enregistré."},
+    {"Kvillo ser ikke når du er borte fra maskinen her.",
+     "Kvillo cannot tell when you are away from the computer here.",
+     "Kvillo no puede saber cuándo te alejas del ordenador aquí.",
+     "Kvillo ne sait pas quand vous vous éloignez de l’ordinateur ici."},
+    {"Innstillingsfilen kan ikke leses, så AI-tilgang er slått av.",
+     "The settings file cannot be read, so AI access is off.",
+     "No se puede leer el archivo de configuración, así que el acceso de IA está desactivado.",
+     "Le fichier de paramètres est illisible : l’accès à l’IA est désactivé."},
 };
 
 }  // namespace kvillo

@@ -27,8 +27,9 @@ struct Question {
 
 // Where questions are posted and their answers come from.
 //
-// Threads: post() and setAnswerHandler() are called on the UI thread, and
-// the handler is called there too.
+// Threads: post() and setAnswerHandler() are called on the UI thread; the
+// handler may be called on any thread, so it hands its work to the UI
+// thread (UiThread::post) before touching the program's state.
 class NotificationCenter {
 public:
     // The answer when the user clicked the question itself rather than a
@@ -38,8 +39,8 @@ public:
 
     // Called with the question's request identifier and the identifier of the
     // action taken (one of the question's, kDefaultAction or kDismissAction).
-    using AnswerHandler = std::function<void(const std::string& requestID,
-                                             const std::string& actionID)>;
+    using AnswerHandler =
+        std::function<void(const std::string& requestID, const std::string& actionID)>;
 
     virtual ~NotificationCenter() = default;
 

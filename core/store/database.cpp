@@ -44,8 +44,6 @@ const char* const Database::kSchema =
 
 namespace {
 
-constexpr int kBusyTimeoutMilliseconds = 5000;
-
 // The schema, then the journal: WAL persists in the file once set.
 const std::string kOpenForWritingText =
     std::string(Database::kSchema) + "\nPRAGMA journal_mode=WAL;\nPRAGMA synchronous=NORMAL;";
@@ -214,7 +212,8 @@ enum class Access { readOnly, immutable };
 // which in WAL mode can lose only the last commits to a power cut, never
 // the file. Gives null and the reason when the file or its folder cannot
 // be written.
-sqlite3* openForWriting(const std::string& path, std::string& failure) {
+sqlite3* openForWriting(const std::string& path, std::chrono::milliseconds busyWait,
+                        std::string& failure) {
     // Every operation holds the store's mutex, so SQLite's own per-call
     // locking would only be paid for twice.
     constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
@@ -224,7 +223,7 @@ sqlite3* openForWriting(const std::string& path, std::string& failure) {
         sqlite3_close(db);
         return nullptr;
     }
-    sqlite3_busy_timeout(db, kBusyTimeoutMilliseconds);
+    sqlite3_busy_timeout(db, static_cast<int>(busyWait.count()));
     // SQLite quietly opens a write-protected file for reading only.
     if (sqlite3_db_readonly(db, "main") == 1) {
         failure = "the file is write-protected";
@@ -243,7 +242,8 @@ sqlite3* openForWriting(const std::string& path, std::string& failure) {
 
 // A WAL file whose folder cannot be written can still be read whole as an
 // immutable file, which is all a reader needs until writing works again.
-sqlite3* openForReading(const std::string& path, Access access, std::string& failure) {
+sqlite3* openForReading(const std::string& path, Access access, std::chrono::milliseconds busyWait,
+                        std::string& failure) {
     std::string name = path;
     int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX;
     if (access == Access::immutable) {
@@ -263,7 +263,7 @@ sqlite3* openForReading(const std::string& path, Access access, std::string& fai
     }
     sqlite3* db = nullptr;
     if (sqlite3_open_v2(name.c_str(), &db, flags, nullptr) == SQLITE_OK) {
-        sqlite3_busy_timeout(db, kBusyTimeoutMilliseconds);
+        sqlite3_busy_timeout(db, static_cast<int>(busyWait.count()));
         if (sqlite3_exec(db, "SELECT 1 FROM activities, annotations, projects LIMIT 1;", nullptr,
                          nullptr, nullptr) == SQLITE_OK) {
             return db;
@@ -276,14 +276,15 @@ sqlite3* openForReading(const std::string& path, Access access, std::string& fai
 
 }  // namespace
 
-Database::Database(std::string path) : path_(std::move(path)) {
+Database::Database(std::string path, std::chrono::milliseconds busyWait)
+    : path_(std::move(path)), busyWait_(busyWait) {
     // The log is the user's alone; SQLite gives its journal files the same
     // mode. An existing file keeps the mode it has.
     if (int fd = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600); fd >= 0) {
         ::close(fd);
     }
     std::string failure;
-    db_ = openForWriting(path_, failure);
+    db_ = openForWriting(path_, busyWait_, failure);
     if (db_) {
         return;
     }
@@ -291,7 +292,7 @@ Database::Database(std::string path) : path_(std::move(path)) {
     // is still worth having, so the server can answer.
     for (Access access : {Access::readOnly, Access::immutable}) {
         std::string readFailure;
-        if ((db_ = openForReading(path_, access, readFailure))) {
+        if ((db_ = openForReading(path_, access, busyWait_, readFailure))) {
             readOnlyReason_ = failure;
             return;
         }
@@ -308,14 +309,36 @@ std::optional<std::string> Database::readOnlyReason() {
     return readOnlyReason_;
 }
 
+void Database::watchStatements(std::function<void(std::string_view sql)> watcher) {
+    std::lock_guard lock(mutex_);
+    statementWatcher_ = std::move(watcher);
+    installStatementWatcher();
+}
+
+void Database::installStatementWatcher() {
+    if (!statementWatcher_) {
+        sqlite3_trace_v2(db_, 0, nullptr, nullptr);
+        return;
+    }
+    sqlite3_trace_v2(
+        db_, SQLITE_TRACE_STMT,
+        [](unsigned, void* context, void* statement, void*) {
+            const char* sql = sqlite3_sql(static_cast<sqlite3_stmt*>(statement));
+            (*static_cast<std::function<void(std::string_view)>*>(context))(sql ? sql : "");
+            return 0;
+        },
+        &statementWatcher_);
+}
+
 std::unique_lock<std::mutex> Database::lockForWriting() {
     std::unique_lock lock(mutex_);
     if (readOnlyReason_) {
         std::string failure;
-        if (sqlite3* writable = openForWriting(path_, failure)) {
+        if (sqlite3* writable = openForWriting(path_, busyWait_, failure)) {
             sqlite3_close(db_);
             db_ = writable;
             readOnlyReason_.reset();
+            installStatementWatcher();
         } else {
             readOnlyReason_ = failure;
             throw DatabaseError(DatabaseError::Kind::readOnly, failure);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -38,12 +40,16 @@ public:
     // second's work on five years of activities).
     static const char* const kSchema;
 
-    // Opens or creates the file (0600) and its schema in WAL mode, and waits up to
-    // 5 s for another process's lock rather than failing a write. A file
+    static constexpr std::chrono::milliseconds kDefaultBusyWait{5000};
+
+    // Opens or creates the file (0600) and its schema in WAL mode. An
+    // operation that finds the file locked by another connection waits up
+    // to `busyWait` for it, then throws DatabaseError(busy); a connection on
+    // the UI thread waits briefly and tries again later instead. A file
     // that can be read but not written (a write-protected file or folder)
     // is opened for reading; see readOnlyReason(). Throws
     // DatabaseError(openFailed) when it cannot even be read.
-    explicit Database(std::string path);
+    explicit Database(std::string path, std::chrono::milliseconds busyWait = kDefaultBusyWait);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -54,6 +60,11 @@ public:
     // can be written. While it is read-only every write first tries to open
     // it for writing again, so writing resumes once the cause is gone.
     std::optional<std::string> readOnlyReason();
+
+    // Calls `watcher` with the text of every statement the connection
+    // starts, on the calling thread, until replaced (an empty function
+    // stops it); for measuring what a caller costs the store.
+    void watchStatements(std::function<void(std::string_view sql)> watcher);
 
     // When the recording program was last known to be alive, and how often
     // it notes that while a row is open.
@@ -121,10 +132,14 @@ private:
     std::vector<Annotation> queryAnnotations(const char* sql, TimePoint from, TimePoint to,
                                              std::optional<int> limit);
 
+    void installStatementWatcher();  // caller holds mutex_
+
     std::string path_;
-    sqlite3* db_ = nullptr;                      // guarded by mutex_
-    std::optional<std::string> readOnlyReason_;  // guarded by mutex_
-    std::mutex mutex_;                           // held for the whole of each operation
+    std::chrono::milliseconds busyWait_;
+    std::function<void(std::string_view)> statementWatcher_;  // guarded by mutex_
+    sqlite3* db_ = nullptr;                                   // guarded by mutex_
+    std::optional<std::string> readOnlyReason_;               // guarded by mutex_
+    std::mutex mutex_;  // held for the whole of each operation
 };
 
 }  // namespace kvillo

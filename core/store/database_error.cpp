@@ -15,6 +15,8 @@ const char* prefix(DatabaseError::Kind kind) {
             return "The database cannot be written: ";
         case DatabaseError::Kind::readFailed:
             return "Failed to read: ";
+        case DatabaseError::Kind::busy:
+            return "The database is locked by another program: ";
     }
     return "";
 }

@@ -14,8 +14,10 @@ public:
         prepareFailed,    // a statement cannot be prepared; nothing changed
         executionFailed,  // a write did not finish, or the schema failed
         readOnly,         // the file can be read but not written; nothing changed
-        readFailed,       // a query stopped early (locked past the wait, damaged
-                          // file, I/O error); none of its rows are returned
+        readFailed,       // a query stopped early (damaged file, I/O error);
+                          // none of its rows are returned
+        busy,             // another connection held the file's lock past the
+                          // wait; nothing changed, and trying later may work
     };
 
     DatabaseError(Kind kind, std::string message);

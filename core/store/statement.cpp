@@ -48,22 +48,30 @@ void Statement::bind(int index, const std::optional<double>& value) {
     }
 }
 
+namespace {
+
+// A lock held past the wait is worth telling apart: the caller may retry.
+DatabaseError stepError(sqlite3* db, int result, DatabaseError::Kind otherwise) {
+    const auto kind = (result & 0xff) == SQLITE_BUSY ? DatabaseError::Kind::busy : otherwise;
+    return DatabaseError(kind, db ? sqlite3_errmsg(db) : "Unknown");
+}
+
+}  // namespace
+
 bool Statement::nextRow() {
-    switch (sqlite3_step(statement_)) {
+    switch (int result = sqlite3_step(statement_)) {
         case SQLITE_ROW:
             return true;
         case SQLITE_DONE:
             return false;
         default:
-            throw DatabaseError(DatabaseError::Kind::readFailed,
-                                db_ ? sqlite3_errmsg(db_) : "Unknown");
+            throw stepError(db_, result, DatabaseError::Kind::readFailed);
     }
 }
 
 void Statement::run() {
-    if (sqlite3_step(statement_) != SQLITE_DONE) {
-        throw DatabaseError(DatabaseError::Kind::executionFailed,
-                            db_ ? sqlite3_errmsg(db_) : "Unknown");
+    if (int result = sqlite3_step(statement_); result != SQLITE_DONE) {
+        throw stepError(db_, result, DatabaseError::Kind::executionFailed);
     }
 }
 

@@ -41,6 +41,14 @@ std::string foldForMatching(std::string_view utf8) {
     return out;
 }
 
+std::string foldCase(std::string_view utf8) {
+    auto text = icu::UnicodeString::fromUTF8(
+        icu::StringPiece(utf8.data(), static_cast<int32_t>(utf8.size())));
+    std::string out;
+    text.foldCase(U_FOLD_CASE_DEFAULT).toUTF8String(out);
+    return out;
+}
+
 void TextFolder::fold(std::string_view utf8, std::string& out) {
     out.clear();
     foldInto(utf8, [&out](unsigned char byte) { out += static_cast<char>(byte); });

@@ -13,6 +13,10 @@ namespace kvillo {
 // Invalid UTF-8 becomes U+FFFD. Pure; safe from any thread.
 std::string foldForMatching(std::string_view utf8);
 
+// Unicode case folding alone: accents stay, so "Å" and "å" become equal but
+// not "å" and "a". Pure; safe from any thread.
+std::string foldCase(std::string_view utf8);
+
 // The same folding for many texts in a row: it remembers how each non-ASCII
 // character folds, so a batch of titles asks ICU once per distinct
 // character. One thread at a time.

@@ -36,6 +36,11 @@ LinuxDesktop::LinuxDesktop() {
     connect(&session_, &SessionWatcher::sessionEnded, this, &LinuxDesktop::endSession);
 }
 
+DesktopSight LinuxDesktop::sight() const {
+    return DesktopSight{.frontApplication = x11_ != nullptr,
+                        .idleTime = x11_ != nullptr && x11_->canTellIdleTime()};
+}
+
 void LinuxDesktop::send(const std::function<void()>& event) {
     // A copy: the handler may unsubscribe, which replaces `event`.
     if (auto handler = event) {

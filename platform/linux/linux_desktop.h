@@ -27,6 +27,7 @@ public:
     std::optional<std::string> windowTitle(const FrontApplication& application) override;
     Duration secondsSinceLastInput() override;
     bool isDisplayAsleep() override;
+    DesktopSight sight() const override;
     void subscribe(DesktopEvents events) override;
     void unsubscribe() override;
 

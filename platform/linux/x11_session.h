@@ -50,6 +50,8 @@ public:
     std::optional<FrontApplication> frontApplication();
     std::optional<std::string> activeWindowTitle();
     Duration secondsSinceLastInput();
+    // Whether the server reports input times at all (MIT-SCREEN-SAVER).
+    bool canTellIdleTime() const { return hasScreenSaver_; }
     // DPMS in a mode other than On, or the X screensaver on. Polled: DPMS has
     // no events.
     bool isDisplayAsleep();

@@ -18,6 +18,7 @@ public:
     Duration idleSeconds = 0;
     bool displayAsleep = false;
     bool subscribed = false;
+    DesktopSight seen;
 
     std::optional<FrontApplication> frontApplication() override { return front; }
     std::optional<std::string> windowTitle(const FrontApplication& application) override {
@@ -26,6 +27,7 @@ public:
     }
     Duration secondsSinceLastInput() override { return idleSeconds; }
     bool isDisplayAsleep() override { return displayAsleep; }
+    DesktopSight sight() const override { return seen; }
     void subscribe(DesktopEvents events) override {
         events_ = std::move(events);
         subscribed = true;

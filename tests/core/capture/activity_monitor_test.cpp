@@ -328,9 +328,10 @@ TEST_F(Monitor, ALeftoverRowEndsWhenTheProgramWasLastAlive) {
 
 TEST_F(Monitor, SaysOnceWhenTheLogCannotBeWrittenAndOnceWhenItCanAgain) {
     std::vector<std::optional<std::string>> reports;
-    monitor_.onWriteStatusChanged([&](const std::optional<DatabaseError>& error) {
-        reports.push_back(error ? std::optional(error->message()) : std::nullopt);
-    });
+    auto subscription =
+        monitor_.onWriteStatusChanged([&](const std::optional<DatabaseError>& error) {
+            reports.push_back(error ? std::optional(error->message()) : std::nullopt);
+        });
     testing::execBeside(db_.path(),
                         "CREATE TRIGGER refuse BEFORE INSERT ON activities "
                         "BEGIN SELECT RAISE(ABORT, 'disk says no'); END;");

@@ -1,0 +1,197 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/analysis/period_report.h"
+#include "core/capture/activity_monitor.h"
+#include "core/events/observer_list.h"
+#include "core/model/notification_center.h"
+#include "core/model/project_switch_watcher.h"
+#include "core/model/ticker.h"
+#include "core/model/ui_thread.h"
+#include "core/records/annotation.h"
+#include "core/records/project.h"
+#include "core/settings/features.h"
+#include "core/store/database.h"
+#include "core/time/clock.h"
+#include "core/time/repeating_timer.h"
+
+namespace kvillo {
+
+// What the model runs on besides the store, the monitor and the settings.
+// All must outlive the model.
+struct AppModelServices {
+    const Clock& clock;
+    RepeatingTimer& timer;  // the one-second tick, on the UI thread
+    UiThread& uiThread;
+    NotificationCenter& notifications;  // where the switch prompt asks
+};
+
+// The one state object behind the interface: a snapshot of the present
+// moment (the switches, whether logging is paused, the projects, the
+// running task, the current project, today's report, what keeps Kvillo from
+// recording) and the task timer's operations. A task lives in the store as
+// an open annotation; the model keeps none of its own but the text of the
+// task that was running when logging was paused.
+//
+// The snapshot is read again every 30 seconds and after each change the
+// model makes, so what other writers do (an assistant through the MCP
+// server) shows within 30 seconds. Each second the ticker moves and nothing
+// else happens, not even a read.
+//
+// Its own connection to the store (`database`) should wait only briefly
+// for a lock: the UI thread must not stall. A read that fails reads as
+// empty; a write that finds the file locked by another program is kept and
+// tried again at each tick, in order, until it goes through (the snapshot
+// shows it from then on); any other failed write is dropped.
+//
+// Threads: the UI thread, for every member and every observer call.
+class AppModel {
+public:
+    // The fields that announce their change. Only a value that differs is
+    // announced.
+    enum class Field {
+        enabled,
+        taskText,
+        taskBase,
+        taskRunningSince,
+        currentAnnotation,
+        currentProject,
+        today,
+        projects,
+        isPaused,
+        notice,
+    };
+
+    static constexpr Duration kTickInterval = 1.0;
+    static constexpr int kTicksPerRefresh = 30;
+    // How long ago the last matched work may have ended and still name the
+    // current project.
+    static constexpr Duration kRecentWork = 600;
+    // What the timer shows with no task: each dash an en dash.
+    static constexpr const char* kNoTaskClock = "\u2013:\u2013\u2013:\u2013\u2013";
+
+    // Reads the first snapshot and starts the tick.
+    AppModel(Database& database, ActivityMonitor& monitor, Features& features,
+             AppModelServices services);
+    ~AppModel();
+    AppModel(const AppModel&) = delete;
+    AppModel& operator=(const AppModel&) = delete;
+
+    [[nodiscard]] Subscription onChange(std::function<void(Field)> observer);
+
+    // The snapshot.
+    const std::map<Features::Key, bool>& enabled() const { return enabled_; }
+    TimePoint now() const { return now_; }  // when the last refresh began
+    Ticker& ticker() { return ticker_; }
+    const std::optional<std::string>& taskText() const { return taskText_; }
+    // Today's finished time on the task's exact text.
+    Duration taskBase() const { return taskBase_; }
+    const std::optional<TimePoint>& taskRunningSince() const { return taskRunningSince_; }
+    const std::optional<std::string>& pausedTask() const { return pausedTask_; }
+    const std::optional<Annotation>& currentAnnotation() const { return currentAnnotation_; }
+    const std::optional<std::string>& currentProject() const { return currentProject_; }
+    const Report& today() const { return today_; }
+    const std::vector<Project>& projects() const { return projects_; }
+    bool isPaused() const { return isPaused_; }
+    // The one line that says what keeps Kvillo from recording or serving
+    // truthfully, in the chosen language; empty when nothing does.
+    const std::string& notice() const { return notice_; }
+
+    Database& database() { return database_; }
+    const Features& features() const { return features_; }
+    const Clock& clock() const { return services_.clock; }
+
+    // Reads the snapshot again.
+    void refresh();
+
+    // A switch as the interface shows it: the snapshot's value, or the
+    // settings' when the snapshot lacks it.
+    bool isOn(Features::Key key) const;
+    // Saves a switch; logging and title switches take effect in the monitor
+    // at once.
+    void set(Features::Key key, bool on);
+
+    // Today's time on the task up to `at`: finished pieces plus the running
+    // one.
+    Duration taskElapsed(TimePoint at) const;
+    // The timer's text at the ticker's time ("1:02:03"), or kNoTaskClock.
+    std::string taskClock() const;
+
+    // Starts a task from `at` (a backdated start ends the previous task
+    // there), named "project – task" unless the task already names the
+    // project. Resumes logging first if it was paused. A task and project
+    // both blank start nothing.
+    void startTask(const std::optional<std::string>& project, const std::string& task,
+                   TimePoint at);
+    // Pauses logging and the task, remembering its text, or resumes both.
+    void togglePause();
+    // Ends the task now; logging stays as it is.
+    void endTask();
+    // Creates a project, or edits the one named `replacing` (a rename that
+    // changes more than letter case replaces it). A blank name does nothing.
+    void saveProject(const std::string& name, const std::string& keywords,
+                     const std::optional<std::string>& replacing);
+    void deleteProject(const std::string& name);
+
+    // The report over [from, to) with the switches as they are.
+    Report report(TimePoint from, TimePoint to);
+
+    const ProjectSwitchWatcher& switchWatcher() const { return switchWatcher_; }
+
+    // Changes still waiting for the store's lock.
+    size_t pendingWrites() const { return pendingWrites_.size(); }
+
+private:
+    using Write = std::function<void(Database&)>;
+
+    void tick();
+    void write(Write change);
+    void retryWrites();
+    void loadTaskTime();
+    std::optional<std::string> projectForNow();
+    std::string noticeNow() const;
+    bool loggingPaused() const;
+
+    template <typename T>
+    void assign(T& field, T value, Field name) {
+        if (!(field == value)) {
+            field = std::move(value);
+            observers_.notify(name);
+        }
+    }
+
+    Database& database_;
+    ActivityMonitor& monitor_;
+    Features& features_;
+    AppModelServices services_;
+    ObserverList<Field> observers_;
+
+    std::map<Features::Key, bool> enabled_;
+    TimePoint now_;
+    Ticker ticker_;
+    std::optional<std::string> taskText_;
+    Duration taskBase_ = 0;
+    std::optional<TimePoint> taskRunningSince_;
+    std::optional<std::string> pausedTask_;
+    std::optional<Annotation> currentAnnotation_;
+    std::optional<std::string> currentProject_;
+    Report today_;
+    std::vector<Project> projects_;
+    bool isPaused_ = false;
+    std::string notice_;
+
+    std::deque<Write> pendingWrites_;
+    int ticks_ = 0;
+    Subscription writeStatus_;
+    ProjectSwitchWatcher switchWatcher_;
+};
+
+}  // namespace kvillo

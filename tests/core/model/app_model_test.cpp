@@ -1,0 +1,319 @@
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include "core/analysis/fmt.h"
+#include "core/localisation/l10n.h"
+#include "tests/core/model/model_fixture.h"
+#include "tests/support/sql_beside.h"
+
+namespace kvillo {
+namespace {
+
+using testing::kMinute;
+using testing::localTime;
+using testing::note;
+using Key = Features::Key;
+
+const FrontApplication kEditor{.name = "Code", .bundleID = "code", .processID = 11};
+
+class Model : public testing::ModelFixture {
+protected:
+    std::vector<std::string> texts() {
+        std::vector<std::string> out;
+        for (const auto& annotation : annotations()) {
+            out.push_back(annotation.text);
+        }
+        return out;
+    }
+};
+
+TEST_F(Model, TaskTextIsComposedFromProjectAndTask) {
+    struct Row {
+        const char* name;
+        std::optional<std::string> project;
+        std::string task;
+        std::optional<std::string> stored;
+    };
+    const Row rows[] = {
+        {"project and task", "Skarvelin", "fix login", "Skarvelin \u2013 fix login"},
+        {"task names the project", "Skarvelin", "skarvelin: fix login", "skarvelin: fix login"},
+        {"case of a non-ASCII name", "\u00c6rlig", "\u00e6rlig sak", "\u00e6rlig sak"},
+        {"project alone", "Skarvelin", "", "Skarvelin"},
+        {"task alone, trimmed", std::nullopt, "  fix login\n", "fix login"},
+        {"empty project", "", "fix login", "fix login"},
+        {"nothing", std::nullopt, " \n", std::nullopt},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        db_.endCurrentAnnotation(clock_.now());
+        const auto before = annotations().size();
+        model().startTask(row.project, row.task, clock_.now());
+        if (row.stored) {
+            EXPECT_EQ(model().taskText(), row.stored);
+            EXPECT_EQ(texts().back(), *row.stored);
+        } else {
+            EXPECT_EQ(annotations().size(), before);
+        }
+        clock_.advance(kMinute);
+    }
+}
+
+// Every transition of the task states, in one day's order.
+TEST_F(Model, TaskStatesMoveAsTheUserActs) {
+    auto& m = model();
+    m.startTask(std::nullopt, "Rapport", start_);  // no task -> running
+    EXPECT_EQ(m.taskRunningSince(), start_);
+    tick(10 * 60);
+    EXPECT_EQ(m.taskClock(), "0:10:00");
+
+    m.togglePause();  // running -> paused with task
+    EXPECT_TRUE(m.isPaused());
+    EXPECT_TRUE(monitor_.isPaused());
+    EXPECT_EQ(m.pausedTask(), "Rapport");
+    EXPECT_EQ(m.taskText(), "Rapport");
+    EXPECT_FALSE(m.taskRunningSince());
+    EXPECT_EQ(annotations().back().endedAt, start_ + 10 * kMinute);
+    tick(5 * 60);
+    EXPECT_EQ(m.taskClock(), "0:10:00");  // frozen
+
+    m.togglePause();  // paused with task -> running, counting on from the total
+    EXPECT_FALSE(monitor_.isPaused());
+    EXPECT_EQ(texts(), (std::vector<std::string>{"Rapport", "Rapport"}));
+    tick(60);
+    EXPECT_EQ(m.taskClock(), "0:11:00");
+
+    m.endTask();  // running -> no task
+    EXPECT_FALSE(m.taskText());
+    EXPECT_EQ(m.taskClock(), AppModel::kNoTaskClock);
+
+    m.togglePause();  // no task -> paused without task
+    EXPECT_TRUE(m.isPaused());
+    EXPECT_FALSE(m.taskText());
+    m.togglePause();  // and back
+    EXPECT_FALSE(m.isPaused());
+    EXPECT_EQ(annotations().size(), 2u);
+
+    m.startTask(std::nullopt, "Rapport", clock_.now());
+    m.togglePause();
+    m.endTask();  // paused with task -> paused without task
+    EXPECT_TRUE(m.isPaused());
+    EXPECT_FALSE(m.pausedTask());
+    EXPECT_FALSE(m.taskText());
+
+    m.togglePause();
+    m.togglePause();
+    m.startTask(std::nullopt, " ", clock_.now());  // paused -> no task, nothing written
+    EXPECT_FALSE(m.isPaused());
+    EXPECT_FALSE(m.pausedTask());
+    EXPECT_EQ(annotations().size(), 3u);
+
+    m.togglePause();
+    m.startTask(std::nullopt, "Post", clock_.now());  // paused -> running
+    EXPECT_FALSE(m.isPaused());
+    EXPECT_EQ(m.taskText(), "Post");
+}
+
+TEST_F(Model, ABackdatedStartCutsThePreviousTaskShort) {
+    model().startTask(std::nullopt, "A", start_);
+    clock_.advance(30 * kMinute);
+    model().startTask(std::nullopt, "B", start_ + 20 * kMinute);
+    auto all = annotations();
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_EQ(all[0].endedAt, start_ + 20 * kMinute);
+    EXPECT_EQ(all[1].startedAt, start_ + 20 * kMinute);
+    EXPECT_EQ(model().taskElapsed(clock_.now()), 10 * kMinute);
+}
+
+TEST_F(Model, TasksAreTimedByExactTextWithinToday) {
+    db_.insertAnnotation(note("Rapport", start_ - 2 * kMinute * 60, start_ - 60 * kMinute));
+    db_.insertAnnotation(note("rapport", start_ - 50 * kMinute, start_ - 40 * kMinute));
+    // Yesterday's piece counts from midnight only.
+    const double midnight = localTime(2026, 11, 23);
+    db_.insertAnnotation(note("Rapport", midnight - 30 * kMinute, midnight + 15 * kMinute));
+    db_.insertAnnotation(note("Rapport", start_ - 10 * kMinute, std::nullopt));
+    EXPECT_EQ(model().taskBase(), 60 * kMinute + 15 * kMinute);
+    EXPECT_EQ(model().taskClock(), "1:25:00");
+    clock_.advance(-3600 * 24);  // a start in the future reads as nothing
+    EXPECT_EQ(Fmt::clock(model().taskElapsed(clock_.now())), "0:00:00");
+}
+
+TEST_F(Model, APauseAcrossMidnightCountsTodaysPiecesOnly) {
+    const double evening = localTime(2026, 11, 22, 23, 50);
+    clock_.set(evening);
+    model().startTask(std::nullopt, "Natt", evening);
+    tick(12 * 60);  // 00:02
+    model().togglePause();
+    tick(3 * 60);
+    model().togglePause();  // 00:05
+    tick(5 * 60);
+    EXPECT_EQ(model().taskClock(), "0:07:00");
+    // Running across midnight, the running piece counts from its start.
+    model().startTask(std::nullopt, "Natt 2", clock_.now() - 20 * kMinute);
+    EXPECT_EQ(model().taskClock(), "0:20:00");
+}
+
+// After a change of zone, "today" is the new zone's day.
+TEST_F(Model, APauseAcrossAZoneChangeCountsTheNewZonesDay) {
+    testing::ScopedTimeZone london("Europe/London");
+    const double start = localTime(2026, 11, 22, 22, 30);
+    clock_.set(start);
+    model().startTask(std::nullopt, "Reise", start);
+    tick(60 * 60);
+    model().togglePause();
+    testing::useTimeZone("Europe/Oslo");  // 00:30 on the 23rd there
+    tick(5 * 60);
+    model().togglePause();
+    tick(10 * 60);
+    // Oslo's day began half way through the first piece.
+    EXPECT_EQ(model().taskClock(), "0:40:00");
+}
+
+TEST_F(Model, OnlyChangedFieldsAreAnnounced) {
+    std::vector<AppModel::Field> announced;
+    auto subscription =
+        model().onChange([&](AppModel::Field field) { announced.push_back(field); });
+    model().refresh();
+    EXPECT_TRUE(announced.empty());
+    const bool was = features_.isEnabled(Key::focusSessions);
+    model().set(Key::focusSessions, !was);
+    EXPECT_EQ(announced.front(), AppModel::Field::enabled);
+    EXPECT_EQ(features_.isEnabled(Key::focusSessions), !was);
+}
+
+TEST_F(Model, TheLoggingSwitchActsOnTheMonitorAtOnce) {
+    desktop_.front = kEditor;
+    monitor_.start();
+    clock_.advance(60);
+    model().set(Key::activityLogging, false);
+    EXPECT_EQ(db_.fetchActivities(0, 4e9).back().endTime, start_ + 60);
+}
+
+// Another writer (an assistant through the server) is seen at the half-
+// minute refresh, and the switch watcher takes its task as the current one.
+TEST_F(Model, AnotherWritersTaskShowsAtTheNextRefresh) {
+    model();
+    db_.insertAnnotation(note("Fra assistenten", start_, std::nullopt));
+    tick(29);
+    EXPECT_FALSE(model().taskText());
+    tick(1);
+    EXPECT_EQ(model().taskText(), "Fra assistenten");
+    EXPECT_TRUE(model().currentAnnotation()->id);
+}
+
+TEST_F(Model, TheSecondTickReadsNothingFromTheStore) {
+    int statements = 0;
+    model();
+    modelDb_.watchStatements([&](std::string_view) { ++statements; });
+    tick(AppModel::kTicksPerRefresh - 1);
+    EXPECT_EQ(statements, 0);
+    tick(1);
+    EXPECT_GT(statements, 0);
+}
+
+TEST_F(Model, TheCurrentProjectComesFromTheTaskOrRecentWork) {
+    db_.saveProject("Skarvelin", {"login"});
+    db_.saveProject("Beta", {"beta"});
+    model().startTask(std::nullopt, "SK\u00c5RVELIN m\u00f8te", start_);
+    EXPECT_EQ(model().currentProject(), "Skarvelin");
+    model().startTask(std::nullopt, "ny LOGIN", start_);
+    EXPECT_EQ(model().currentProject(), "Skarvelin");
+
+    model().endTask();
+    db_.insert(testing::act("Code", start_ - 30 * kMinute, start_ - 10 * kMinute + 1, "beta.cpp"));
+    model().refresh();
+    EXPECT_EQ(model().currentProject(), "Beta");  // ended 10 min - 1 s ago
+    clock_.advance(2);
+    model().refresh();
+    EXPECT_FALSE(model().currentProject());
+
+    model().startTask(std::nullopt, "Skarvelin", clock_.now());
+    model().set(Key::projects, false);
+    EXPECT_FALSE(model().currentProject());
+}
+
+TEST_F(Model, ProjectsAreSavedRenamedAndDeleted) {
+    model().saveProject("  Alpha ", "a, b", std::nullopt);
+    model().saveProject("alpha", "c", "Alpha");  // letter case alone keeps the row
+    ASSERT_EQ(model().projects().size(), 1u);
+    EXPECT_EQ(model().projects()[0].name, "Alpha");
+    EXPECT_EQ(model().projects()[0].keywords, std::vector<std::string>{"c"});
+    model().saveProject("Beta", "", "Alpha");
+    ASSERT_EQ(model().projects().size(), 1u);
+    EXPECT_EQ(model().projects()[0].name, "Beta");
+    model().saveProject(" ", "x", std::nullopt);
+    model().deleteProject("Beta");
+    EXPECT_TRUE(model().projects().empty());
+}
+
+// Another program holding the file's write lock: the change waits for a
+// later tick instead of stalling the interface, and keeps its time.
+TEST_F(Model, AWriteThatFindsTheFileLockedGoesThroughLater) {
+    sqlite3* other = nullptr;
+    ASSERT_EQ(sqlite3_open(db_.path().c_str(), &other), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE;", nullptr, nullptr, nullptr), SQLITE_OK);
+    model().startTask(std::nullopt, "Rapport", start_);
+    model().endTask();
+    EXPECT_EQ(model().pendingWrites(), 2u);
+    EXPECT_FALSE(model().taskText());
+    tick(1);
+    EXPECT_EQ(model().pendingWrites(), 2u);
+
+    sqlite3_exec(other, "COMMIT;", nullptr, nullptr, nullptr);
+    sqlite3_close(other);
+    tick(1);
+    EXPECT_EQ(model().pendingWrites(), 0u);
+    ASSERT_EQ(annotations().size(), 1u);
+    EXPECT_EQ(annotations()[0].startedAt, start_);
+    EXPECT_EQ(annotations()[0].endedAt, start_);
+}
+
+TEST_F(Model, TheNoticeSaysWhatKeepsKvilloFromRecording) {
+    const auto text = [&](L10n::Key key) { return L10n::string(Language::en, key); };
+    features_.setLanguage(Language::en);
+    desktop_.front = kEditor;
+    monitor_.start();
+    EXPECT_EQ(model().notice(), "");
+
+    std::vector<AppModel::Field> announced;
+    auto subscription =
+        model().onChange([&](AppModel::Field field) { announced.push_back(field); });
+    testing::execBeside(db_.path(),
+                        "CREATE TRIGGER refuse BEFORE INSERT ON activities "
+                        "BEGIN SELECT RAISE(ABORT, 'disk says no'); END;");
+    desktop_.activate(FrontApplication{.name = "Firefox", .bundleID = "firefox"});
+    EXPECT_EQ(model().notice(), text("Loggen kan ikke skrives, så ingenting blir logget."));
+    EXPECT_EQ(announced, std::vector{AppModel::Field::notice});
+    testing::execBeside(db_.path(), "DROP TRIGGER refuse;");
+    desktop_.activate(kEditor);
+    EXPECT_EQ(model().notice(), "");
+
+    desktop_.seen.idleTime = false;
+    model().refresh();
+    EXPECT_EQ(model().notice(), text("Kvillo ser ikke når du er borte fra maskinen her."));
+    desktop_.seen.frontApplication = false;
+    model().refresh();
+    EXPECT_EQ(model().notice(),
+              text("Kvillo ser ikke hvilket program du bruker her, så ingenting blir logget."));
+    model().set(Key::activityLogging, false);
+    EXPECT_EQ(model().notice(), "");
+}
+
+TEST(ModelSettings, ABrokenSettingsFileIsNoticed) {
+    testing::TempFolder folder;
+    testing::writeFile(folder.file("settings.json"), "{ not json");
+    Features features{folder.file("settings.json"), [] { return std::string(); }};
+    Database db{folder.file("activities.db")};
+    testing::FakeDesktop desktop;
+    testing::FakeClock clock{localTime(2026, 11, 23, 9)};
+    testing::FakeTimer timer{clock};
+    testing::FakeUiThread ui;
+    testing::FakeNotificationCenter notifications;
+    ActivityMonitor monitor{db, features, desktop, clock, timer};
+    AppModel model{db, monitor, features, {clock, timer, ui, notifications}};
+    EXPECT_EQ(model.notice(), L10n::string(L10n::language(features),
+                                           "Innstillingsfilen kan ikke leses, så AI-tilgang er "
+                                           "slått av."));
+}
+
+}  // namespace
+}  // namespace kvillo
