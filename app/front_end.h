@@ -4,6 +4,7 @@
 
 #include "core/capture/activity_monitor.h"
 #include "core/mcp/mcp_server.h"
+#include "core/model/notification_center.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
 #include "core/time/clock.h"
@@ -54,6 +55,11 @@ public:
     // does not quit when its last window closes), with the brand font
     // registered. `argc` and `argv` must outlive it.
     virtual std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv) = 0;
+
+    // Where the program's questions go: desktop notifications with buttons,
+    // or, where the desktop cannot show those, a small window of our own.
+    // Needs the application above; made before the front end.
+    virtual std::unique_ptr<NotificationCenter> makeNotificationCenter() = 0;
 
     // The front end over the live objects; needs the application above.
     virtual std::unique_ptr<FrontEnd> makeFrontEnd(const LiveObjects& objects) = 0;

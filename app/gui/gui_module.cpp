@@ -2,12 +2,29 @@
 // libraries is reached from here.
 #include <QApplication>
 
+#include <utility>
+
 #include "app/front_end.h"
 #include "app/gui/brand_font.h"
 #include "app/gui/desktop_front_end.h"
+#include "app/gui/prompt_window.h"
+#include "platform/linux/desktop_notifications.h"
 
 namespace kvillo {
 namespace {
+
+// Desktop notifications, and the window for the questions they cannot ask.
+class DesktopQuestions final : public NotificationCenter {
+public:
+    void setAnswerHandler(AnswerHandler handler) override {
+        notifications_.setAnswerHandler(std::move(handler));
+    }
+    void post(const Question& question) override { notifications_.post(question); }
+
+private:
+    PromptWindow window_;
+    DesktopNotifications notifications_{window_};  // goes first, while the window still lives
+};
 
 class DesktopGuiModule final : public GuiModule {
 public:
@@ -17,6 +34,10 @@ public:
         application->setQuitOnLastWindowClosed(false);
         BrandFont::registerFonts();
         return application;
+    }
+
+    std::unique_ptr<NotificationCenter> makeNotificationCenter() override {
+        return std::make_unique<DesktopQuestions>();
     }
 
     std::unique_ptr<FrontEnd> makeFrontEnd(const LiveObjects& objects) override {
