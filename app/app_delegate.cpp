@@ -15,6 +15,9 @@ namespace {
 
 // How long quitting waits for an assistant's request in progress.
 constexpr std::chrono::seconds kServerGrace{1};
+// How long the interface waits for another program's lock on the log
+// before it tries again at a later tick.
+constexpr std::chrono::milliseconds kInterfaceBusyWait{100};
 
 }  // namespace
 
@@ -75,8 +78,19 @@ std::optional<std::string> AppDelegate::launch() {
     }
 
     if (gui_) {
+        notifications_ = gui_->makeNotificationCenter();
+        try {
+            modelDatabase_ = std::make_unique<Database>(paths_.databaseFile, kInterfaceBusyWait);
+        } catch (const DatabaseError& error) {
+            // The store opened a moment ago; share its connection instead.
+            std::cerr << "kvillo: a second connection to the database failed: " << error.what()
+                      << "\n";
+        }
+        model_ = std::make_unique<AppModel>(
+            modelDatabase_ ? *modelDatabase_ : *database_, *monitor_, *features_,
+            AppModelServices{clock_, modelTimer_, uiThread_, *notifications_});
         frontEnd_ = gui_->makeFrontEnd(
-            LiveObjects{*database_, *features_, *monitor_, *mcpServer_, clock_, paths_});
+            LiveObjects{*database_, *features_, *monitor_, *mcpServer_, *model_, clock_, paths_});
         frontEnd_->show();
     }
     serveLaterStarts();

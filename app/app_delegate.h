@@ -6,8 +6,10 @@
 
 #include "app/command_line.h"
 #include "app/front_end.h"
+#include "app/qt_ui_thread.h"
 #include "core/capture/activity_monitor.h"
 #include "core/mcp/mcp_server.h"
+#include "core/model/app_model.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
 #include "core/time/system_clock.h"
@@ -33,8 +35,9 @@ public:
     ~AppDelegate();
 
     // The launch sequence: data folder, database, settings, activity
-    // monitor, MCP server, front end (the brand font is registered with the
-    // tray's application, before this). Returns the one-line reason when
+    // monitor, MCP server, and with a front end the app model and the front
+    // end (the brand font is registered with the tray's application, before
+    // this). Returns the one-line reason when
     // the program cannot run (the database cannot be opened); nothing has
     // been started then. A server that cannot listen is reported on stderr
     // and left off.
@@ -70,6 +73,13 @@ private:
     std::unique_ptr<ActivityMonitor> monitor_;
     Subscription writeStatusReport_;  // on stderr
     std::unique_ptr<McpServer> mcpServer_;
+    // The model's side: its own connection, so that the UI thread never
+    // waits behind a request of the server's.
+    QtRepeatingTimer modelTimer_;
+    QtUiThread uiThread_;
+    std::unique_ptr<NotificationCenter> notifications_;
+    std::unique_ptr<Database> modelDatabase_;
+    std::unique_ptr<AppModel> model_;
     std::unique_ptr<FrontEnd> frontEnd_;  // last, so destroyed first
 };
 

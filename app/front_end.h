@@ -4,6 +4,7 @@
 
 #include "core/capture/activity_monitor.h"
 #include "core/mcp/mcp_server.h"
+#include "core/model/app_model.h"
 #include "core/model/notification_center.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
@@ -29,6 +30,7 @@ struct LiveObjects {
     Features& features;
     ActivityMonitor& monitor;
     McpServer& mcpServer;
+    AppModel& model;
     const Clock& clock;
     const AppPaths& paths;
 };

@@ -4,7 +4,8 @@
 
 namespace kvillo {
 
-DesktopFrontEnd::DesktopFrontEnd(const LiveObjects& objects) : objects_(objects) {}
+DesktopFrontEnd::DesktopFrontEnd(const LiveObjects& objects)
+    : objects_(objects), model_(objects.model) {}
 
 void DesktopFrontEnd::show() {}
 

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "app/front_end.h"
+#include "app/gui/app_model_object.h"
 
 namespace kvillo {
 
-// The front end of a desktop session: it holds the live objects for the
-// surfaces drawn on them (the tray icon and its popup, the main window,
-// each made in show()). Main thread only.
+// The front end of a desktop session: it holds the live objects, and the
+// model's face for the surfaces drawn on them (the tray icon and its popup,
+// the main window, each made in show()). Main thread only.
 class DesktopFrontEnd : public FrontEnd {
 public:
     explicit DesktopFrontEnd(const LiveObjects& objects);
@@ -16,6 +17,7 @@ public:
 
 private:
     LiveObjects objects_;
+    AppModelObject model_;
 };
 
 }  // namespace kvillo

@@ -117,6 +117,9 @@ void DesktopNotifications::notify(const Question& question) {
                      } else if (!waiting_) {
                          fallback_.post(question);
                      }
+                     for (const auto& signal : std::exchange(early_, {})) {
+                         signal();
+                     }
                      // A later question replaces this one; it tries the
                      // server again, which may have come back.
                      if (waiting_) {
@@ -126,6 +129,10 @@ void DesktopNotifications::notify(const Question& question) {
 }
 
 void DesktopNotifications::actionInvoked(uint id, const QString& key) {
+    if (notifying_) {
+        early_.push_back([this, id, key] { actionInvoked(id, key); });
+        return;
+    }
     if (id == 0 || id != shownID_) {
         return;
     }
@@ -137,6 +144,10 @@ void DesktopNotifications::actionInvoked(uint id, const QString& key) {
 }
 
 void DesktopNotifications::notificationClosed(uint id, uint reason) {
+    if (notifying_) {
+        early_.push_back([this, id, reason] { notificationClosed(id, reason); });
+        return;
+    }
     if (id == 0 || id != shownID_) {
         return;
     }

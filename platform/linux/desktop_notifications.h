@@ -3,8 +3,10 @@
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/model/notification_center.h"
 
@@ -55,6 +57,9 @@ private:
     // reply were awaited; sent when they come.
     std::optional<Question> waiting_;
     bool notifying_ = false;
+    // Signals that came while a Notify's reply was on its way: Qt may
+    // deliver a signal before the reply that names its id.
+    std::vector<std::function<void()>> early_;
     // The notification on screen: the id the server gave it (0 when none)
     // and the request it asks.
     uint shownID_ = 0;

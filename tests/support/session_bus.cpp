@@ -58,9 +58,9 @@ ProcessResult SessionBus::call(const std::string& service, const std::string& pa
         "o = bus.get_object('" +
         service + "', '" + path +
         "')\n"
-        "dbus.Interface(o, '" +
+        "print(dbus.Interface(o, '" +
         interfaceAndMethod.substr(0, dot) + "')." + interfaceAndMethod.substr(dot + 1) + "(" +
-        arguments + ")\n";
+        arguments + "))\n";
     return runProcess({kPython, "-c", script});
 }
 

@@ -32,7 +32,8 @@ public:
     std::string startMock(const std::string& service, const std::vector<std::string>& arguments);
 
     // Calls `interface.method` on `path` of `service` with arguments written
-    // as Python literals ("'c1', True").
+    // as Python literals ("'c1', True"); the output is the reply as Python
+    // prints it.
     ProcessResult call(const std::string& service, const std::string& path,
                        const std::string& interfaceAndMethod, const std::string& arguments) const;
 

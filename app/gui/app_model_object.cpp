@@ -1,0 +1,158 @@
+#include "app/gui/app_model_object.h"
+
+namespace kvillo {
+namespace {
+
+QString qt(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+QString qt(const std::optional<std::string>& text) {
+    return text ? qt(*text) : QString();
+}
+
+QVariantList namedTimes(const std::vector<NamedTime>& times) {
+    QVariantList out;
+    for (const auto& time : times) {
+        out.push_back(QVariantMap{{"name", qt(time.name)}, {"seconds", time.seconds}});
+    }
+    return out;
+}
+
+}  // namespace
+
+AppModelObject::AppModelObject(AppModel& model, QObject* parent)
+    : QObject(parent),
+      model_(model),
+      fields_(model.onChange([this](AppModel::Field field) { announce(field); })),
+      ticks_(model.ticker().onTick([this] { emit taskClockChanged(); })) {}
+
+void AppModelObject::announce(AppModel::Field field) {
+    using Field = AppModel::Field;
+    switch (field) {
+        case Field::enabled:
+            emit enabledChanged();
+            break;
+        case Field::taskText:
+        case Field::taskBase:
+        case Field::taskRunningSince:
+        case Field::currentAnnotation:
+            emit taskChanged();
+            emit taskClockChanged();
+            break;
+        case Field::currentProject:
+            emit currentProjectChanged();
+            break;
+        case Field::today:
+            emit todayChanged();
+            break;
+        case Field::projects:
+            emit projectsChanged();
+            break;
+        case Field::isPaused:
+            emit isPausedChanged();
+            break;
+        case Field::notice:
+            emit noticeChanged();
+            break;
+    }
+}
+
+QVariantMap AppModelObject::enabled() const {
+    QVariantMap out;
+    for (auto key : Features::allKeys()) {
+        out.insert(qt(std::string(Features::rawValue(key))), model_.isOn(key));
+    }
+    return out;
+}
+
+bool AppModelObject::hasTask() const {
+    return model_.taskText().has_value();
+}
+
+QString AppModelObject::taskText() const {
+    return qt(model_.taskText());
+}
+
+bool AppModelObject::taskRunning() const {
+    return model_.taskRunningSince().has_value();
+}
+
+QString AppModelObject::taskClock() const {
+    return qt(model_.taskClock());
+}
+
+QString AppModelObject::currentProject() const {
+    return qt(model_.currentProject());
+}
+
+QVariantList AppModelObject::projects() const {
+    QVariantList out;
+    for (const auto& project : model_.projects()) {
+        QStringList keywords;
+        for (const auto& keyword : project.keywords) {
+            keywords.push_back(qt(keyword));
+        }
+        out.push_back(QVariantMap{{"name", qt(project.name)}, {"keywords", keywords}});
+    }
+    return out;
+}
+
+bool AppModelObject::isPaused() const {
+    return model_.isPaused();
+}
+
+QString AppModelObject::notice() const {
+    return qt(model_.notice());
+}
+
+double AppModelObject::todayActive() const {
+    return model_.today().active;
+}
+
+double AppModelObject::todayUnmatched() const {
+    return model_.today().unmatched;
+}
+
+QVariantList AppModelObject::todayProjects() const {
+    return namedTimes(model_.today().projects);
+}
+
+QVariantList AppModelObject::todayApps() const {
+    return namedTimes(model_.today().apps);
+}
+
+void AppModelObject::refresh() {
+    model_.refresh();
+}
+
+void AppModelObject::setEnabled(const QString& key, bool on) {
+    if (auto found = Features::keyFromRawValue(key.toStdString())) {
+        model_.set(*found, on);
+    }
+}
+
+void AppModelObject::startTask(const QString& project, const QString& task) {
+    model_.startTask(project.isEmpty() ? std::nullopt : std::optional(project.toStdString()),
+                     task.toStdString(), model_.clock().now());
+}
+
+void AppModelObject::togglePause() {
+    model_.togglePause();
+}
+
+void AppModelObject::endTask() {
+    model_.endTask();
+}
+
+void AppModelObject::saveProject(const QString& name, const QString& keywords,
+                                 const QString& replacing) {
+    model_.saveProject(name.toStdString(), keywords.toStdString(),
+                       replacing.isEmpty() ? std::nullopt : std::optional(replacing.toStdString()));
+}
+
+void AppModelObject::deleteProject(const QString& name) {
+    model_.deleteProject(name.toStdString());
+}
+
+}  // namespace kvillo

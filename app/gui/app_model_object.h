@@ -1,0 +1,89 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QVariantList>
+#include <QVariantMap>
+
+#include "core/events/observer_list.h"
+#include "core/model/app_model.h"
+
+namespace kvillo {
+
+// The app model as QML sees it: its fields as properties, each with a change
+// signal raised when the model announces that field, and its operations as
+// invokable methods. Values cross as plain Qt values; the decisions stay in
+// the model.
+//
+// Threads: the UI thread. The model must outlive it.
+class AppModelObject : public QObject {
+    Q_OBJECT
+    // Switch name (as in the settings file) -> on.
+    Q_PROPERTY(QVariantMap enabled READ enabled NOTIFY enabledChanged)
+    Q_PROPERTY(bool hasTask READ hasTask NOTIFY taskChanged)
+    Q_PROPERTY(QString taskText READ taskText NOTIFY taskChanged)
+    Q_PROPERTY(bool taskRunning READ taskRunning NOTIFY taskChanged)
+    // The timer's text, moving every second.
+    Q_PROPERTY(QString taskClock READ taskClock NOTIFY taskClockChanged)
+    Q_PROPERTY(QString currentProject READ currentProject NOTIFY currentProjectChanged)
+    // [{name, keywords: [..]}] in the store's order.
+    Q_PROPERTY(QVariantList projects READ projects NOTIFY projectsChanged)
+    Q_PROPERTY(bool isPaused READ isPaused NOTIFY isPausedChanged)
+    Q_PROPERTY(QString notice READ notice NOTIFY noticeChanged)
+    // Today's active seconds, and [{name, seconds}] per project (largest
+    // first, the unmatched time apart) and per application.
+    Q_PROPERTY(double todayActive READ todayActive NOTIFY todayChanged)
+    Q_PROPERTY(double todayUnmatched READ todayUnmatched NOTIFY todayChanged)
+    Q_PROPERTY(QVariantList todayProjects READ todayProjects NOTIFY todayChanged)
+    Q_PROPERTY(QVariantList todayApps READ todayApps NOTIFY todayChanged)
+
+public:
+    explicit AppModelObject(AppModel& model, QObject* parent = nullptr);
+
+    QVariantMap enabled() const;
+    bool hasTask() const;
+    QString taskText() const;
+    bool taskRunning() const;
+    QString taskClock() const;
+    QString currentProject() const;
+    QVariantList projects() const;
+    bool isPaused() const;
+    QString notice() const;
+    double todayActive() const;
+    double todayUnmatched() const;
+    QVariantList todayProjects() const;
+    QVariantList todayApps() const;
+
+    Q_INVOKABLE void refresh();
+    // `key` as in the settings file ("activityLogging"); an unknown key is
+    // ignored.
+    Q_INVOKABLE void setEnabled(const QString& key, bool on);
+    // An empty project is none. Starts now.
+    Q_INVOKABLE void startTask(const QString& project, const QString& task);
+    Q_INVOKABLE void togglePause();
+    Q_INVOKABLE void endTask();
+    // An empty `replacing` creates a project.
+    Q_INVOKABLE void saveProject(const QString& name, const QString& keywords,
+                                 const QString& replacing);
+    Q_INVOKABLE void deleteProject(const QString& name);
+
+signals:
+    void enabledChanged();
+    void taskChanged();
+    void taskClockChanged();
+    void currentProjectChanged();
+    void projectsChanged();
+    void isPausedChanged();
+    void noticeChanged();
+    void todayChanged();
+
+private:
+    void announce(AppModel::Field field);
+
+    AppModel& model_;
+    Subscription fields_;
+    Subscription ticks_;
+};
+
+}  // namespace kvillo
