@@ -3,6 +3,7 @@
 
 #include "core/analysis/fmt.h"
 #include "core/localisation/l10n.h"
+#include "core/mcp/mcp_tools.h"
 #include "tests/core/model/model_fixture.h"
 #include "tests/support/sql_beside.h"
 
@@ -188,12 +189,13 @@ TEST_F(Model, TheLoggingSwitchActsOnTheMonitorAtOnce) {
     EXPECT_EQ(db_.fetchActivities(0, 4e9).back().endTime, start_ + 60);
 }
 
-// Another writer (an assistant through the server) is seen at the half-
-// minute refresh, and the switch watcher takes its task as the current one.
-TEST_F(Model, AnotherWritersTaskShowsAtTheNextRefresh) {
+// An assistant's task, through the server's own tool on the server's
+// connection, shows at the half-minute refresh.
+TEST_F(Model, AnAssistantsTaskShowsAtTheNextRefresh) {
     model();
-    db_.insertAnnotation(note("Fra assistenten", start_, std::nullopt));
-    tick(29);
+    McpTools tools(db_, clock_);
+    ASSERT_FALSE(tools.annotate(Json{{"text", "Fra assistenten"}}).isError);
+    tick(AppModel::kTicksPerRefresh - 1);
     EXPECT_FALSE(model().taskText());
     tick(1);
     EXPECT_EQ(model().taskText(), "Fra assistenten");
