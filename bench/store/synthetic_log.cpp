@@ -24,6 +24,13 @@ const char* const kWords[] = {"atlas",  "boreal", "cobalt",  "delta", "ember", "
                               "orbit",  "polar",  "quartz",  "rune",  "saga",  "tundra",  "umbra",
                               "vega",   "willow", "xenon",   "yarrow"};
 constexpr int kWordCount = static_cast<int>(std::size(kWords));
+// Names for projects beyond the first 25; their keywords still end in one
+// of kWords, so the logs of fewer projects stay as they were.
+const char* const kMoreWords[] = {
+    "alder", "basalt",  "cirrus", "dune", "eider",  "flint", "gneiss", "heather", "isbre",
+    "jade",  "kelp",    "larch",  "moss", "nimbus", "opal",  "pine",   "quill",   "reef",
+    "slate", "thistle", "urd",    "vale", "wren",   "ymer",  "zephyr"};
+constexpr int kMaxProjects = kWordCount + static_cast<int>(std::size(kMoreWords));
 
 struct App {
     const char* name;
@@ -52,8 +59,12 @@ constexpr App kApps[] = {
     {"loginwindow", nullptr, 1},
 };
 
+const char* projectWord(int project) {
+    return project < kWordCount ? kWords[project] : kMoreWords[project - kWordCount];
+}
+
 std::string keyword(int project, int k) {
-    return std::string(kWords[project]) + "-" + kWords[(project * 7 + k * 3 + 1) % kWordCount];
+    return std::string(projectWord(project)) + "-" + kWords[(project * 7 + k * 3 + 1) % kWordCount];
 }
 
 // Titles as people see them: file names, tickets, mail subjects, a third of
@@ -100,6 +111,9 @@ void bindText(sqlite3_stmt* statement, int index, const std::optional<std::strin
 }
 
 void writeLog(const std::string& path, const LogShape& shape) {
+    if (shape.projects > kMaxProjects) {
+        throw std::invalid_argument("synthetic log: too many projects");
+    }
     {
         Database database(path);  // the schema, as the program makes it
         for (int p = 0; p < shape.projects; ++p) {
@@ -107,7 +121,7 @@ void writeLog(const std::string& path, const LogShape& shape) {
             for (int k = 0; k < shape.keywordsPerProject; ++k) {
                 keywords.push_back(keyword(p, k));
             }
-            database.saveProject(std::string("Project ") + kWords[p], keywords);
+            database.saveProject(std::string("Project ") + projectWord(p), keywords);
         }
     }
     sqlite3* db = nullptr;
@@ -130,19 +144,22 @@ void writeLog(const std::string& path, const LogShape& shape) {
         weights.push_back(app.weight);
     }
     std::discrete_distribution<int> pickApp(weights.begin(), weights.end());
-    std::uniform_int_distribution<int> length(10, 190);
+    const int mean = shape.meanActivitySeconds;
+    std::uniform_int_distribution<int> length(mean / 10, mean * 19 / 10);
     std::uniform_int_distribution<int> gap(0, 99);
     for (int d = 0; d < shape.days; ++d) {
         const TimePoint dayStart = kFirstDay + d * 86400.0 + 7 * 3600;
         const bool lastOfLog = d == shape.days - 1;
-        // Notes of 20 minutes every 24, over the working day.
+        // Notes of 20 minutes every 24 (or as the shape says), over the
+        // working day.
         for (int a = 0; a < shape.annotationsPerDay; ++a) {
             std::string text = a % 3 == 0
                                    ? "Claude Code: /home/kari/src/" + keyword(a % shape.projects, 0)
                                    : "Jobber med " + keyword((d + a) % shape.projects,
                                                              a % shape.keywordsPerProject);
-            TimePoint start = dayStart + a * 1440.0;
-            std::optional<TimePoint> end = start + 1200;
+            TimePoint start = dayStart + a * static_cast<double>(shape.annotationEvery);
+            std::optional<TimePoint> end =
+                start + (shape.annotationEvery - shape.annotationEvery / 6);
             if (lastOfLog && a == shape.annotationsPerDay - 1) {
                 end.reset();
             }
@@ -175,7 +192,7 @@ void writeLog(const std::string& path, const LogShape& shape) {
             }
             check(sqlite3_step(activity), db);
             sqlite3_reset(activity);
-            t = end + (gap(random) < 95 ? 0 : 300);  // now and then a break
+            t = end + (gap(random) < 95 ? 0 : 3 * mean);  // now and then a break
         }
     }
     sqlite3_finalize(activity);
@@ -197,7 +214,15 @@ std::string cachedLog(const LogShape& shape) {
                        "d-" + std::to_string(shape.activitiesPerDay) + "a-" +
                        std::to_string(shape.annotationsPerDay) + "n-" +
                        std::to_string(shape.projects) + "x" +
-                       std::to_string(shape.keywordsPerProject) + "p.db";
+                       std::to_string(shape.keywordsPerProject) + "p";
+    // Only shapes that change the pace say so, so the names of the logs
+    // already cached stay valid.
+    if (shape.meanActivitySeconds != LogShape{}.meanActivitySeconds ||
+        shape.annotationEvery != LogShape{}.annotationEvery) {
+        name += "-" + std::to_string(shape.meanActivitySeconds) + "s-" +
+                std::to_string(shape.annotationEvery) + "e";
+    }
+    name += ".db";
     std::filesystem::path path = folder / name;
     if (!std::filesystem::exists(path)) {
         // Built under another name and renamed, so an interrupted run leaves

@@ -13,13 +13,20 @@ struct LogShape {
     int days;
     int activitiesPerDay;
     int annotationsPerDay;
-    int projects;  // at most 25
+    int projects;  // at most 50
     int keywordsPerProject;
+    // How long an application keeps the focus on average; a break lasts
+    // three times that. A busier day needs shorter ones to fit in the day.
+    int meanActivitySeconds = 100;
+    // A note starts this often and lasts five sixths of it.
+    int annotationEvery = 1440;
 };
 
 // The log begins on 1 January 2021 (UTC) and every day is a working day
 // from 07:00 UTC; everything is closed except the last activity and the
-// last note. The same shape always gives the same file.
+// last note. The same shape always gives the same file. Keep
+// activitiesPerDay * meanActivitySeconds * 1.15 and annotationsPerDay *
+// annotationEvery under 17 hours, or one day's work runs into the next.
 constexpr TimePoint kFirstDay = 1609459200;  // 2021-01-01 00:00 UTC
 TimePoint lastDay(const LogShape& shape);
 
