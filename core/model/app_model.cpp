@@ -91,14 +91,24 @@ void AppModel::refresh() {
                ? readOr([&] { return database_.currentAnnotation(); }, std::nullopt)
                : std::nullopt,
            Field::currentAnnotation);
-    loadTaskTime();
+    // The day's notes are read once, for the task's time and for the day's
+    // report, and the projects just read serve the report too: each read of
+    // the notes goes through all notes begun before the range ends.
     const TimePoint dayStart = calendar::startOfDay(now_);
-    assign(today_, report(dayStart, calendar::addDays(dayStart, 1)), Field::today);
+    const TimePoint dayEnd = calendar::addDays(dayStart, 1);
+    const auto annotations =
+        readOr([&] { return database_.fetchAnnotations(dayStart, dayEnd); }, {});
+    loadTaskTime(dayStart, annotations);
+    assign(today_,
+           analyse(dayStart, dayEnd,
+                   readOr([&] { return database_.fetchActivities(dayStart, dayEnd); }, {}),
+                   annotations, projects_),
+           Field::today);
     assign(currentProject_, projectForNow(), Field::currentProject);
     assign(notice_, noticeNow(), Field::notice);
 }
 
-void AppModel::loadTaskTime() {
+void AppModel::loadTaskTime(TimePoint dayStart, const std::vector<Annotation>& today) {
     std::optional<std::string> label;
     if (currentAnnotation_) {
         label = currentAnnotation_->text;
@@ -111,12 +121,10 @@ void AppModel::loadTaskTime() {
            Field::taskRunningSince);
     Duration base = 0;
     if (label) {
-        const TimePoint dayStart = calendar::startOfDay(now_);
-        for (const auto& annotation :
-             readOr([&] { return database_.fetchAnnotations(dayStart, now_); }, {})) {
-            // Only finished pieces; one that began before midnight counts
-            // from midnight.
-            if (annotation.text == *label && annotation.endedAt) {
+        for (const auto& annotation : today) {
+            // Only finished pieces begun before now; one that began before
+            // midnight counts from midnight.
+            if (annotation.startedAt < now_ && annotation.text == *label && annotation.endedAt) {
                 base += *annotation.endedAt - std::max(annotation.startedAt, dayStart);
             }
         }
@@ -282,10 +290,15 @@ void AppModel::deleteProject(const std::string& name) {
 }
 
 Report AppModel::report(TimePoint from, TimePoint to) {
+    return analyse(from, to, readOr([&] { return database_.fetchActivities(from, to); }, {}),
+                   readOr([&] { return database_.fetchAnnotations(from, to); }, {}),
+                   readOr([&] { return database_.fetchProjects(); }, {}));
+}
+
+Report AppModel::analyse(TimePoint from, TimePoint to, const std::vector<Activity>& activities,
+                         const std::vector<Annotation>& annotations,
+                         const std::vector<Project>& projects) const {
     const TimePoint now = services_.clock.now();
-    auto activities = readOr([&] { return database_.fetchActivities(from, to); }, {});
-    auto annotations = readOr([&] { return database_.fetchAnnotations(from, to); }, {});
-    auto projects = readOr([&] { return database_.fetchProjects(); }, {});
     return PeriodReport::analyse(activities, annotations, projects, TimeRange{from, to},
                                  ReportSwitches{.focusSessions = isOn(Features::Key::focusSessions),
                                                 .projects = isOn(Features::Key::projects),

@@ -155,7 +155,12 @@ private:
     void tick();
     void write(Write change);
     void retryWrites();
-    void loadTaskTime();
+    // `today`: the notes overlapping the day that begins at `dayStart`.
+    void loadTaskTime(TimePoint dayStart, const std::vector<Annotation>& today);
+    // The report over [from, to) on records already read.
+    Report analyse(TimePoint from, TimePoint to, const std::vector<Activity>& activities,
+                   const std::vector<Annotation>& annotations,
+                   const std::vector<Project>& projects) const;
     std::optional<std::string> projectForNow();
     std::string noticeNow() const;
     bool loggingPaused() const;

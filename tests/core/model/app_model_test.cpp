@@ -134,6 +134,11 @@ TEST_F(Model, TasksAreTimedByExactTextWithinToday) {
     db_.insertAnnotation(note("Rapport", start_ - 10 * kMinute, std::nullopt));
     EXPECT_EQ(model().taskBase(), 60 * kMinute + 15 * kMinute);
     EXPECT_EQ(model().taskClock(), "1:25:00");
+    // With the clock set back to 06:30, the pieces after it do not count.
+    clock_.set(start_ - 150 * kMinute);
+    model().refresh();
+    EXPECT_EQ(model().taskBase(), 15 * kMinute);
+    clock_.set(start_);
     clock_.advance(-3600 * 24);  // a start in the future reads as nothing
     EXPECT_EQ(Fmt::clock(model().taskElapsed(clock_.now())), "0:00:00");
 }
