@@ -51,7 +51,9 @@ std::optional<std::string> AppDelegate::launch() {
     // quit runs after the desktop's own handling.
     QObject::connect(desktop_.get(), &LinuxDesktop::sessionEnded, QCoreApplication::instance(),
                      &QCoreApplication::quit, Qt::QueuedConnection);
-    monitor_ = std::make_unique<ActivityMonitor>(*database_, *features_, *desktop_, clock_, timer_);
+    monitor_ = std::make_unique<ActivityMonitor>(
+        anotherConnection(monitorDatabase_, Database::kDefaultBusyWait), *features_, *desktop_,
+        clock_, timer_);
     writeStatusReport_ =
         monitor_->onWriteStatusChanged([path = paths_.databaseFile](const auto& failure) {
             if (failure) {
@@ -79,15 +81,8 @@ std::optional<std::string> AppDelegate::launch() {
 
     if (gui_) {
         notifications_ = gui_->makeNotificationCenter();
-        try {
-            modelDatabase_ = std::make_unique<Database>(paths_.databaseFile, kInterfaceBusyWait);
-        } catch (const DatabaseError& error) {
-            // The store opened a moment ago; share its connection instead.
-            std::cerr << "kvillo: a second connection to the database failed: " << error.what()
-                      << "\n";
-        }
         model_ = std::make_unique<AppModel>(
-            modelDatabase_ ? *modelDatabase_ : *database_, *monitor_, *features_,
+            anotherConnection(modelDatabase_, kInterfaceBusyWait), *monitor_, *features_,
             AppModelServices{clock_, modelTimer_, uiThread_, *notifications_});
         frontEnd_ = gui_->makeFrontEnd(
             LiveObjects{*database_, *features_, *monitor_, *mcpServer_, *model_, clock_, paths_});
@@ -95,6 +90,20 @@ std::optional<std::string> AppDelegate::launch() {
     }
     serveLaterStarts();
     return std::nullopt;
+}
+
+// The recording and the interface each have a connection of their own, so
+// that the UI thread never waits behind an assistant's request on the
+// server's; when one cannot be had they share the server's.
+Database& AppDelegate::anotherConnection(std::unique_ptr<Database>& slot,
+                                         std::chrono::milliseconds busyWait) {
+    try {
+        slot = std::make_unique<Database>(paths_.databaseFile, busyWait);
+        return *slot;
+    } catch (const DatabaseError& error) {
+        std::cerr << "kvillo: another connection to the database failed: " << error.what() << "\n";
+        return *database_;
+    }
 }
 
 // Tells a later start of Kvillo where the server listens, and lets it ask

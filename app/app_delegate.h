@@ -57,6 +57,8 @@ public:
 
 private:
     void serveLaterStarts();
+    Database& anotherConnection(std::unique_ptr<Database>& slot,
+                                std::chrono::milliseconds busyWait);
 
     RunProgram options_;
     GuiModule* gui_;
@@ -67,14 +69,13 @@ private:
     // Days are the system zone's days, even after it changed.
     std::unique_ptr<TimeZoneWatcher> zoneWatcher_;
     std::unique_ptr<TimeZoneFollower> zoneFollower_;
-    std::unique_ptr<Database> database_;
+    std::unique_ptr<Database> database_;  // the server's
+    std::unique_ptr<Database> monitorDatabase_;
     std::unique_ptr<Features> features_;
     std::unique_ptr<LinuxDesktop> desktop_;
     std::unique_ptr<ActivityMonitor> monitor_;
     Subscription writeStatusReport_;  // on stderr
     std::unique_ptr<McpServer> mcpServer_;
-    // The model's side: its own connection, so that the UI thread never
-    // waits behind a request of the server's.
     QtRepeatingTimer modelTimer_;
     QtUiThread uiThread_;
     std::unique_ptr<NotificationCenter> notifications_;

@@ -57,15 +57,17 @@ public:
     }
 
     void notify(const Args&... args) const {
+        // Held here: an observer may destroy the list's owner.
+        const auto entries = entries_;
         std::vector<std::uint64_t> ids;
-        ids.reserve(entries_->size());
-        for (const auto& entry : *entries_) {
+        ids.reserve(entries->size());
+        for (const auto& entry : *entries) {
             ids.push_back(entry.id);
         }
         for (auto id : ids) {
-            auto entry = std::find_if(entries_->begin(), entries_->end(),
+            auto entry = std::find_if(entries->begin(), entries->end(),
                                       [id](const Entry& e) { return e.id == id; });
-            if (entry != entries_->end()) {
+            if (entry != entries->end()) {
                 // A copy: the call may cancel its own subscription.
                 auto observer = entry->observer;
                 observer(args...);

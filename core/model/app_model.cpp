@@ -52,6 +52,13 @@ AppModel::AppModel(Database& database, ActivityMonitor& monitor, Features& featu
 
 AppModel::~AppModel() {
     services_.timer.stop();
+    for (const auto& change : pendingWrites_) {
+        try {
+            change(database_);
+        } catch (const DatabaseError&) {
+            break;  // the rest would land out of order
+        }
+    }
 }
 
 Subscription AppModel::onChange(std::function<void(Field)> observer) {
@@ -62,10 +69,11 @@ Subscription AppModel::onChange(std::function<void(Field)> observer) {
 // waiting for the store or the half-minute refresh is due.
 void AppModel::tick() {
     ticker_.set(services_.clock.now());
-    if (!pendingWrites_.empty()) {
+    ++ticks_;
+    if (!pendingWrites_.empty() && ticks_ % kTicksPerRetry == 0) {
         retryWrites();
     }
-    if (++ticks_ % kTicksPerRefresh == 0) {
+    if (ticks_ % kTicksPerRefresh == 0) {
         refresh();
         switchWatcher_.check();
     }
@@ -76,7 +84,24 @@ bool AppModel::loggingPaused() const {
     return until && *until > services_.clock.now();
 }
 
+void AppModel::announce(Field field) {
+    if (batchDepth_ == 0) {
+        observers_.notify(field);
+    } else if (std::find(held_.begin(), held_.end(), field) == held_.end()) {
+        held_.push_back(field);
+    }
+}
+
+AppModel::Batch::~Batch() {
+    if (--model_.batchDepth_ == 0) {
+        for (Field field : std::exchange(model_.held_, {})) {
+            model_.observers_.notify(field);
+        }
+    }
+}
+
 void AppModel::refresh() {
+    Batch batch(*this);
     now_ = services_.clock.now();
 
     std::map<Features::Key, bool> switches;
@@ -200,6 +225,7 @@ bool AppModel::isOn(Features::Key key) const {
 }
 
 void AppModel::set(Features::Key key, bool on) {
+    Batch batch(*this);
     features_.set(key, on);
     auto switches = enabled_;
     switches[key] = on;

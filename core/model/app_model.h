@@ -49,8 +49,9 @@ struct AppModelServices {
 // Its own connection to the store (`database`) should wait only briefly
 // for a lock: the UI thread must not stall. A read that fails reads as
 // empty; a write that finds the file locked by another program is kept and
-// tried again at each tick, in order, until it goes through (the snapshot
-// shows it from then on); any other failed write is dropped.
+// tried again every few ticks, in order, until it goes through (the snapshot
+// shows it from then on); any other failed write is dropped. What still
+// waits when the model goes is tried once more, then dropped.
 //
 // Threads: the UI thread, for every member and every observer call.
 class AppModel {
@@ -72,6 +73,8 @@ public:
 
     static constexpr Duration kTickInterval = 1.0;
     static constexpr int kTicksPerRefresh = 30;
+    // How often a change that found the file locked is tried again.
+    static constexpr int kTicksPerRetry = 5;
     // How long ago the last matched work may have ended and still name the
     // current project.
     static constexpr Duration kRecentWork = 600;
@@ -169,15 +172,31 @@ private:
     void assign(T& field, T value, Field name) {
         if (!(field == value)) {
             field = std::move(value);
-            observers_.notify(name);
+            announce(name);
         }
     }
+    void announce(Field field);
+
+    // Holds announcements back until the outermost change is complete, so
+    // that observers see a whole snapshot and may call the model back.
+    class Batch {
+    public:
+        explicit Batch(AppModel& model) : model_(model) { ++model_.batchDepth_; }
+        ~Batch();
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+
+    private:
+        AppModel& model_;
+    };
 
     Database& database_;
     ActivityMonitor& monitor_;
     Features& features_;
     AppModelServices services_;
     ObserverList<Field> observers_;
+    int batchDepth_ = 0;
+    std::vector<Field> held_;  // changed fields not yet announced, in order
 
     std::map<Features::Key, bool> enabled_;
     TimePoint now_;

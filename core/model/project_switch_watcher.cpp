@@ -18,12 +18,14 @@ ProjectSwitchWatcher::ProjectSwitchWatcher(AppModel& model, NotificationCenter& 
       notifications_(notifications),
       uiThread_(uiThread),
       self_(std::make_shared<ProjectSwitchWatcher*>(this)) {
-    notifications_.setAnswerHandler([this, self = std::weak_ptr(self_)](
+    // The handler may run on any thread, even after the watcher is gone: it
+    // reaches the watcher only on the UI thread, and only while it lives.
+    notifications_.setAnswerHandler([&ui = uiThread_, self = std::weak_ptr(self_)](
                                         const std::string& requestID, const std::string& actionID) {
         if (requestID != kRequestID) {
             return;
         }
-        uiThread_.post([self, actionID] {
+        ui.post([self, actionID] {
             if (auto watcher = self.lock()) {
                 (*watcher)->handle(actionID);
             }

@@ -182,7 +182,7 @@ Annotation annotationFromRow(const Statement& row) {
 // Makes the statements run between construction and commit() one write:
 // BEGIN IMMEDIATE takes the file's write lock at once (waiting like any
 // write), so no other process writes in between; without commit() it all
-// rolls back. Throws DatabaseError(executionFailed).
+// rolls back. Throws DatabaseError(executionFailed, or busy).
 class WriteTransaction {
 public:
     explicit WriteTransaction(sqlite3* db) : db_(db) { Statement(db_, "BEGIN IMMEDIATE;").run(); }

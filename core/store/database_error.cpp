@@ -16,7 +16,7 @@ const char* prefix(DatabaseError::Kind kind) {
         case DatabaseError::Kind::readFailed:
             return "Failed to read: ";
         case DatabaseError::Kind::busy:
-            return "The database is locked by another program: ";
+            return "The database is locked by another connection: ";
     }
     return "";
 }

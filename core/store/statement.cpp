@@ -4,11 +4,22 @@
 
 namespace kvillo {
 
+namespace {
+
+// A lock held past the wait is worth telling apart: the caller may retry.
+DatabaseError stepError(sqlite3* db, int result, DatabaseError::Kind otherwise) {
+    const auto kind = (result & 0xff) == SQLITE_BUSY ? DatabaseError::Kind::busy : otherwise;
+    return DatabaseError(kind, db ? sqlite3_errmsg(db) : "Unknown");
+}
+
+}  // namespace
+
 Statement::Statement(sqlite3* db, const char* sql) : db_(db) {
-    if (sqlite3_prepare_v2(db_, sql, -1, &statement_, nullptr) != SQLITE_OK) {
-        std::string message = db_ ? sqlite3_errmsg(db_) : "Unknown";
+    // Preparing reads the schema, which can find the file locked too.
+    if (int result = sqlite3_prepare_v2(db_, sql, -1, &statement_, nullptr); result != SQLITE_OK) {
+        auto error = stepError(db_, result, DatabaseError::Kind::prepareFailed);
         sqlite3_finalize(statement_);
-        throw DatabaseError(DatabaseError::Kind::prepareFailed, message);
+        throw error;
     }
 }
 
@@ -47,16 +58,6 @@ void Statement::bind(int index, const std::optional<double>& value) {
         sqlite3_bind_null(statement_, index);
     }
 }
-
-namespace {
-
-// A lock held past the wait is worth telling apart: the caller may retry.
-DatabaseError stepError(sqlite3* db, int result, DatabaseError::Kind otherwise) {
-    const auto kind = (result & 0xff) == SQLITE_BUSY ? DatabaseError::Kind::busy : otherwise;
-    return DatabaseError(kind, db ? sqlite3_errmsg(db) : "Unknown");
-}
-
-}  // namespace
 
 bool Statement::nextRow() {
     switch (int result = sqlite3_step(statement_)) {

@@ -27,12 +27,13 @@ public:
     void bind(int index, const std::optional<double>& value);
 
     // Steps a query: true while a row is ready, false once all are read.
-    // Any other outcome throws DatabaseError(readFailed): a list cut short
-    // must not pass for the whole one (an empty day, a missing task).
+    // Any other outcome throws DatabaseError(readFailed, or busy for a lock
+    // held past the wait): a list cut short must not pass for the whole one
+    // (an empty day, a missing task).
     bool nextRow();
 
     // Steps a write once; anything but SQLITE_DONE throws
-    // DatabaseError(executionFailed).
+    // DatabaseError(executionFailed, or busy for a lock held past the wait).
     void run();
 
     // Columns are numbered from 0.

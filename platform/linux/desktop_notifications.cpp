@@ -4,6 +4,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QStringList>
 #include <QVariantMap>
 
@@ -48,23 +49,39 @@ DesktopNotifications::DesktopNotifications(NotificationCenter& fallback, QObject
         return;
     }
     // The signals are broadcast to every client of the server; ours are told
-    // apart by id, so they are matched by path and interface only (naming
-    // the service would also have Qt look up and track its owner).
-    bus.connect(QString(), kPath, kInterface, QStringLiteral("ActionInvoked"), this,
+    // apart by id. Only the service's owner is heard: another program could
+    // send the same signals with an id that happens to be ours.
+    bus.connect(kService, kPath, kInterface, QStringLiteral("ActionInvoked"), this,
                 SLOT(actionInvoked(uint, QString)));
-    bus.connect(QString(), kPath, kInterface, QStringLiteral("NotificationClosed"), this,
+    bus.connect(kService, kPath, kInterface, QStringLiteral("NotificationClosed"), this,
                 SLOT(notificationClosed(uint, uint)));
+    auto* owners =
+        new QDBusServiceWatcher(kService, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString&, const QString&, const QString& newOwner) {
+                forgetShown();
+                if (!newOwner.isEmpty() && route_ != Route::kAsking) {
+                    askCapabilities();
+                }
+            });
+    askCapabilities();
+}
+
+void DesktopNotifications::askCapabilities() {
+    route_ = Route::kAsking;
     auto ask = QDBusMessage::createMethodCall(kService, kPath, kInterface,
                                               QStringLiteral("GetCapabilities"));
-    whenFinished(bus.asyncCall(ask), this, [this](const QDBusPendingCall& call) {
-        QDBusPendingReply<QStringList> capabilities = call;
-        route_ = capabilities.isValid() && capabilities.value().contains(QStringLiteral("actions"))
-                     ? Route::kDesktop
-                     : Route::kFallback;
-        if (waiting_) {
-            post(*std::exchange(waiting_, std::nullopt));
-        }
-    });
+    whenFinished(
+        QDBusConnection::sessionBus().asyncCall(ask), this, [this](const QDBusPendingCall& call) {
+            QDBusPendingReply<QStringList> capabilities = call;
+            route_ =
+                capabilities.isValid() && capabilities.value().contains(QStringLiteral("actions"))
+                    ? Route::kDesktop
+                    : Route::kFallback;
+            if (waiting_) {
+                post(*std::exchange(waiting_, std::nullopt));
+            }
+        });
 }
 
 DesktopNotifications::~DesktopNotifications() {

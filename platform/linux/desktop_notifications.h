@@ -17,7 +17,10 @@ namespace kvillo {
 // shown at a time: posting replaces the one still shown, whatever its
 // request identifier.
 //
-// The server is asked once, at construction, whether it shows actions.
+// The server is asked at construction, and again whenever another program
+// takes over the service, whether it shows actions; a new server also
+// forgets what the old one showed (it numbers from 1 again, and only the
+// service's owner is listened to).
 // Questions posted before it answers wait (only the latest is kept) and go
 // out when it does. Where it cannot show a question with buttons (no session
 // bus, no notification server, a server without "actions", a Notify call
@@ -45,6 +48,8 @@ private slots:
 
 private:
     enum class Route { kAsking, kDesktop, kFallback };
+
+    void askCapabilities();
 
     void notify(const Question& question);
     void forgetShown();

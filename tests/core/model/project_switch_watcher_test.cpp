@@ -128,7 +128,8 @@ TEST_F(SwitchWatcher, KeepingSilencesThatProjectForThisTaskOnly) {
     check();
     answer(Watcher::kKeepAction);
 
-    work("beta.cpp", Watcher::kCooldown);
+    clock_.advance(Watcher::kCooldown);
+    work("beta.cpp", 400);
     check();
     EXPECT_EQ(asked().size(), 1u);
     work("gamma.cpp", 400);
@@ -141,6 +142,16 @@ TEST_F(SwitchWatcher, KeepingSilencesThatProjectForThisTaskOnly) {
     work("beta.cpp", 400);
     check();
     EXPECT_EQ(asked().back(), title("Beta"));
+}
+
+TEST_F(SwitchWatcher, OnlyWorkSinceTheTaskBeganAndWithinHalfAnHourCounts) {
+    db_.insert(testing::act("Editor", start_ - 400, start_, "beta.cpp"));
+    check();
+    EXPECT_TRUE(notifications_.posted.empty());
+    work("beta.cpp", 400);
+    clock_.advance(Watcher::kCooldown - 400);
+    check();
+    EXPECT_TRUE(notifications_.posted.empty());
 }
 
 TEST_F(SwitchWatcher, AsksAtMostOncePerHalfHour) {
@@ -163,9 +174,21 @@ TEST_F(SwitchWatcher, NothingIsAskedWhileOffOrPaused) {
         check();
         model().set(key, true);
     }
-    model().togglePause();
+    monitor_.pause(clock_.now() + 2 * AppModel::kTicksPerRefresh);  // the task stays open
     check();
     EXPECT_TRUE(notifications_.posted.empty());
+    check();
+    EXPECT_EQ(asked(), std::vector{title("Beta")});
+}
+
+TEST_F(SwitchWatcher, AnAnswerAfterTheModelIsGoneDoesNothing) {
+    work("beta.cpp", 400);
+    check();
+    notifications_.answer(Watcher::kSwitchAction);
+    model_.reset();
+    EXPECT_FALSE(notifications_.hasAnswerHandler());
+    uiThread_.runPending();
+    EXPECT_EQ(annotations().size(), 1u);
 }
 
 }  // namespace

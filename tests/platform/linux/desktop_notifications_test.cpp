@@ -122,6 +122,14 @@ TEST(DesktopNotifications, AsksWithButtonsAndTakesOneAnswerPerNotification) {
 
     ASSERT_TRUE(postAndWait(2));
     EXPECT_EQ(notifyCalls()[1].fields.substr(0, 9), "Kvillo|1|");
+    // Another program's signal, even with our id, is not the server's.
+    ASSERT_EQ(bus.startMock("org.example.Impostor",
+                            {"org.example.Impostor", kPath, "org.freedesktop.Notifications"}),
+              "");
+    ASSERT_EQ(bus.call("org.example.Impostor", kPath, "org.freedesktop.DBus.Mock.EmitSignal",
+                       "'org.freedesktop.Notifications', 'ActionInvoked', 'us', [1, 'default']")
+                  .status,
+              0);
     // Another client's id is not ours; the close that follows an action is
     // no second answer.
     ASSERT_EQ(emitSignal(bus, "ActionInvoked", "2, 'KEEP'"), 0);
