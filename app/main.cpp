@@ -11,6 +11,7 @@
 #include "app/gui_module_loader.h"
 #include "app/timesheet_command.h"
 #include "app/unix_signal_watcher.h"
+#include "core/net/curl_http_client.h"
 #include "core/time/system_clock.h"
 #include "platform/linux/instance_lock.h"
 
@@ -134,5 +135,8 @@ int main(int argc, char** argv) {
         return kvillo::runTimesheetCommand(*timesheet, kvillo::AppPaths::fromEnvironment(), clock,
                                            std::cout, std::cerr);
     }
+    // While this is still the only thread; only the recording program
+    // checks for updates.
+    kvillo::initialiseHttp();
     return runProgram(argc, argv, std::get<kvillo::RunProgram>(request));
 }

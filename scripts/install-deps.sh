@@ -12,7 +12,7 @@ packages=(
   libicu-dev
   nlohmann-json3-dev
   libasio-dev
-  libcurl4-openssl-dev
+  libcurl4-openssl-dev ca-certificates openssl
   qt6-base-dev qt6-declarative-dev
   libx11-dev libx11-xcb-dev libxcb1-dev libxcb-screensaver0-dev libxcb-dpms0-dev
   xvfb openbox xdotool x11-utils python3-xlib
