@@ -37,6 +37,10 @@ std::string configHome() {
     return folderOr("XDG_CONFIG_HOME", ".config");
 }
 
+std::string cacheHome() {
+    return folderOr("XDG_CACHE_HOME", ".cache");
+}
+
 std::vector<std::string> dataDirs() {
     const char* value = std::getenv("XDG_DATA_DIRS");
     std::string_view rest = value && *value ? value : "/usr/local/share:/usr/share";

@@ -19,6 +19,9 @@ std::string dataHome();
 // $XDG_CONFIG_HOME, default ~/.config.
 std::string configHome();
 
+// $XDG_CACHE_HOME, default ~/.cache.
+std::string cacheHome();
+
 // $XDG_DATA_DIRS in order, default /usr/local/share then /usr/share.
 std::vector<std::string> dataDirs();
 

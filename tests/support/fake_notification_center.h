@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -30,21 +31,33 @@ private:
 };
 
 // Holds what is posted until the test runs it, as an event loop would
-// after the current call returns.
+// after the current call returns. Posts may come from any thread.
 class FakeUiThread : public UiThread {
 public:
-    void post(std::function<void()> work) override { queue_.push_back(std::move(work)); }
+    void post(std::function<void()> work) override {
+        std::lock_guard lock(mutex_);
+        queue_.push_back(std::move(work));
+    }
 
-    // Runs everything posted, including what that posts.
+    // Runs everything posted, including what that posts, on the caller's
+    // thread.
     void runPending() {
-        while (!queue_.empty()) {
-            auto work = std::move(queue_.front());
-            queue_.pop_front();
+        while (true) {
+            std::function<void()> work;
+            {
+                std::lock_guard lock(mutex_);
+                if (queue_.empty()) {
+                    return;
+                }
+                work = std::move(queue_.front());
+                queue_.pop_front();
+            }
             work();
         }
     }
 
 private:
+    std::mutex mutex_;
     std::deque<std::function<void()>> queue_;
 };
 

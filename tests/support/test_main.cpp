@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     ::setenv("HOME", home.path().c_str(), 1);
     ::setenv("XDG_DATA_HOME", home.file("data").c_str(), 1);
     ::setenv("XDG_CONFIG_HOME", home.file("config").c_str(), 1);
+    ::setenv("XDG_CACHE_HOME", home.file("cache").c_str(), 1);
     kvillo::testing::useTimeZone("Europe/Oslo");
     return RUN_ALL_TESTS();
 }
