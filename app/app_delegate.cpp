@@ -1,12 +1,14 @@
 #include "app/app_delegate.h"
 
 #include <QCoreApplication>
+#include <QProcess>
 
 #include <chrono>
 #include <filesystem>
 #include <iostream>
 
 #include "core/files/private_folder.h"
+#include "core/localisation/l10n.h"
 #include "core/mcp/mcp_server_error.h"
 #include "platform/linux/user_account.h"
 
@@ -81,15 +83,36 @@ std::optional<std::string> AppDelegate::launch() {
 
     if (gui_) {
         notifications_ = gui_->makeNotificationCenter();
+        makeUpdateChecker();
         model_ = std::make_unique<AppModel>(
             anotherConnection(modelDatabase_, kInterfaceBusyWait), *monitor_, *features_,
-            AppModelServices{clock_, modelTimer_, uiThread_, *notifications_});
+            AppModelServices{clock_, modelTimer_, uiThread_, *notifications_,
+                             updateChecker_.get()});
         frontEnd_ = gui_->makeFrontEnd(
             LiveObjects{*database_, *features_, *monitor_, *mcpServer_, *model_, clock_, paths_});
         frontEnd_->show();
     }
     serveLaterStarts();
     return std::nullopt;
+}
+
+void AppDelegate::makeUpdateChecker() {
+    http_ = std::make_unique<CurlHttpClient>(
+        CurlHttpClientOptions{.userAgent = kvilloUserAgent(KVILLO_VERSION)});
+    updateChecker_ = std::make_unique<UpdateChecker>(
+        UpdateCheckerServices{
+            .http = *http_,
+            .uiThread = uiThread_,
+            .timer = updateTimer_,
+            .open =
+                [](const std::string& file) {
+                    QProcess::startDetached(QStringLiteral("xdg-open"),
+                                            {QString::fromStdString(file)});
+                },
+            .language = [this] { return L10n::language(*features_); },
+        },
+        UpdateSource::fromEnvironment({KVILLO_UPDATE_PRIMARY_URL, KVILLO_UPDATE_FALLBACK_URL},
+                                      KVILLO_VERSION));
 }
 
 // The recording and the interface each have a connection of their own, so

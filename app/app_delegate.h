@@ -8,8 +8,10 @@
 #include "app/front_end.h"
 #include "app/qt_ui_thread.h"
 #include "core/capture/activity_monitor.h"
+#include "core/integrations/update_checker.h"
 #include "core/mcp/mcp_server.h"
 #include "core/model/app_model.h"
+#include "core/net/curl_http_client.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
 #include "core/time/system_clock.h"
@@ -57,6 +59,7 @@ public:
 
 private:
     void serveLaterStarts();
+    void makeUpdateChecker();
     Database& anotherConnection(std::unique_ptr<Database>& slot,
                                 std::chrono::milliseconds busyWait);
 
@@ -79,6 +82,9 @@ private:
     QtRepeatingTimer modelTimer_;
     QtUiThread uiThread_;
     std::unique_ptr<NotificationCenter> notifications_;
+    std::unique_ptr<CurlHttpClient> http_;
+    QtRepeatingTimer updateTimer_;
+    std::unique_ptr<UpdateChecker> updateChecker_;
     std::unique_ptr<Database> modelDatabase_;
     std::unique_ptr<AppModel> model_;
     std::unique_ptr<FrontEnd> frontEnd_;  // last, so destroyed first

@@ -55,6 +55,10 @@ void AppModelObject::announce(AppModel::Field field) {
         case Field::notice:
             emit noticeChanged();
             break;
+        case Field::updateState:
+        case Field::latestRelease:
+            emit updateChanged();
+            break;
     }
 }
 
@@ -122,6 +126,42 @@ QVariantList AppModelObject::todayApps() const {
     return namedTimes(model_.today().apps);
 }
 
+bool AppModelObject::canUpdate() const {
+    return model_.canUpdate();
+}
+
+QString AppModelObject::updateStatus() const {
+    struct Name {
+        const char* operator()(const updates::Idle&) const { return "idle"; }
+        const char* operator()(const updates::Checking&) const { return "checking"; }
+        const char* operator()(const updates::UpToDate&) const { return "upToDate"; }
+        const char* operator()(const updates::Available&) const { return "available"; }
+        const char* operator()(const updates::Downloading&) const { return "downloading"; }
+        const char* operator()(const updates::ReadyToInstall&) const { return "readyToInstall"; }
+        const char* operator()(const updates::Error&) const { return "error"; }
+    };
+    return QString::fromLatin1(std::visit(Name{}, model_.updateState()));
+}
+
+double AppModelObject::updateProgress() const {
+    const auto* downloading = std::get_if<updates::Downloading>(&model_.updateState());
+    return downloading ? downloading->fraction : 0;
+}
+
+QString AppModelObject::updateText() const {
+    if (const auto* error = std::get_if<updates::Error>(&model_.updateState())) {
+        return qt(error->text);
+    }
+    if (const auto* ready = std::get_if<updates::ReadyToInstall>(&model_.updateState())) {
+        return qt(ready->note);
+    }
+    return {};
+}
+
+QString AppModelObject::latestVersion() const {
+    return model_.latestRelease() ? qt(model_.latestRelease()->tag) : QString();
+}
+
 void AppModelObject::refresh() {
     model_.refresh();
 }
@@ -153,6 +193,18 @@ void AppModelObject::saveProject(const QString& name, const QString& keywords,
 
 void AppModelObject::deleteProject(const QString& name) {
     model_.deleteProject(name.toStdString());
+}
+
+void AppModelObject::checkForUpdates() {
+    model_.checkForUpdates();
+}
+
+void AppModelObject::downloadUpdate() {
+    model_.downloadUpdate();
+}
+
+void AppModelObject::installUpdate() {
+    model_.installUpdate();
 }
 
 }  // namespace kvillo

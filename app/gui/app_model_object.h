@@ -37,6 +37,15 @@ class AppModelObject : public QObject {
     Q_PROPERTY(double todayUnmatched READ todayUnmatched NOTIFY todayChanged)
     Q_PROPERTY(QVariantList todayProjects READ todayProjects NOTIFY todayChanged)
     Q_PROPERTY(QVariantList todayApps READ todayApps NOTIFY todayChanged)
+    // The update control: whether there is one, what it shows ("idle",
+    // "checking", "upToDate", "available", "downloading", "readyToInstall",
+    // "error"), the download's progress (0 to 1), the error or install note,
+    // and the newer release's tag.
+    Q_PROPERTY(bool canUpdate READ canUpdate CONSTANT)
+    Q_PROPERTY(QString updateStatus READ updateStatus NOTIFY updateChanged)
+    Q_PROPERTY(double updateProgress READ updateProgress NOTIFY updateChanged)
+    Q_PROPERTY(QString updateText READ updateText NOTIFY updateChanged)
+    Q_PROPERTY(QString latestVersion READ latestVersion NOTIFY updateChanged)
 
 public:
     explicit AppModelObject(AppModel& model, QObject* parent = nullptr);
@@ -54,6 +63,11 @@ public:
     double todayUnmatched() const;
     QVariantList todayProjects() const;
     QVariantList todayApps() const;
+    bool canUpdate() const;
+    QString updateStatus() const;
+    double updateProgress() const;
+    QString updateText() const;
+    QString latestVersion() const;
 
     Q_INVOKABLE void refresh();
     // `key` as in the settings file ("activityLogging"); an unknown key is
@@ -67,6 +81,9 @@ public:
     Q_INVOKABLE void saveProject(const QString& name, const QString& keywords,
                                  const QString& replacing);
     Q_INVOKABLE void deleteProject(const QString& name);
+    Q_INVOKABLE void checkForUpdates();
+    Q_INVOKABLE void downloadUpdate();
+    Q_INVOKABLE void installUpdate();
 
 signals:
     void enabledChanged();
@@ -77,6 +94,7 @@ signals:
     void isPausedChanged();
     void noticeChanged();
     void todayChanged();
+    void updateChanged();
 
 private:
     void announce(AppModel::Field field);

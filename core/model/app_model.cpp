@@ -46,12 +46,26 @@ AppModel::AppModel(Database& database, ActivityMonitor& monitor, Features& featu
     writeStatus_ = monitor_.onWriteStatusChanged([this](const std::optional<DatabaseError>&) {
         assign(notice_, noticeNow(), Field::notice);
     });
+    if (auto* updates = services_.updateChecker) {
+        // Delivered on the UI thread, and no more once the model is gone.
+        updates->setOnStateChange([this](const UpdateState& state) {
+            Batch batch(*this);
+            if (const auto* available = std::get_if<updates::Available>(&state)) {
+                assign(latestRelease_, std::optional(available->release), Field::latestRelease);
+            }
+            assign(updateState_, state, Field::updateState);
+        });
+        updates->startPeriodicChecks();
+    }
     refresh();
     services_.timer.start(kTickInterval, [this] { tick(); });
 }
 
 AppModel::~AppModel() {
     services_.timer.stop();
+    if (auto* updates = services_.updateChecker) {
+        updates->setOnStateChange(nullptr);
+    }
     for (const auto& change : pendingWrites_) {
         try {
             change(database_);
@@ -313,6 +327,24 @@ void AppModel::saveProject(const std::string& name, const std::string& keywords,
 void AppModel::deleteProject(const std::string& name) {
     write([name](Database& database) { database.deleteProject(name); });
     refresh();
+}
+
+void AppModel::checkForUpdates() {
+    if (auto* updates = services_.updateChecker) {
+        updates->checkForUpdates();
+    }
+}
+
+void AppModel::downloadUpdate() {
+    if (auto* updates = services_.updateChecker; updates && latestRelease_) {
+        updates->downloadAndInstall(*latestRelease_);
+    }
+}
+
+void AppModel::installUpdate() {
+    if (auto* updates = services_.updateChecker) {
+        updates->openDownload();
+    }
 }
 
 Report AppModel::report(TimePoint from, TimePoint to) {

@@ -12,6 +12,7 @@
 #include "core/analysis/period_report.h"
 #include "core/capture/activity_monitor.h"
 #include "core/events/observer_list.h"
+#include "core/integrations/update_checker.h"
 #include "core/model/notification_center.h"
 #include "core/model/project_switch_watcher.h"
 #include "core/model/ticker.h"
@@ -32,6 +33,8 @@ struct AppModelServices {
     RepeatingTimer& timer;  // the one-second tick, on the UI thread
     UiThread& uiThread;
     NotificationCenter& notifications;  // where the switch prompt asks
+    // Checks for and fetches new releases; none: no update control.
+    UpdateChecker* updateChecker = nullptr;
 };
 
 // The one state object behind the interface: a snapshot of the present
@@ -69,6 +72,8 @@ public:
         projects,
         isPaused,
         notice,
+        updateState,
+        latestRelease,
     };
 
     static constexpr Duration kTickInterval = 1.0;
@@ -107,6 +112,12 @@ public:
     // The one line that says what keeps Kvillo from recording or serving
     // truthfully, in the chosen language; empty when nothing does.
     const std::string& notice() const { return notice_; }
+    // What the update control shows, and the last release found newer.
+    const UpdateState& updateState() const { return updateState_; }
+    const std::optional<ReleaseInfo>& latestRelease() const { return latestRelease_; }
+    bool canUpdate() const {
+        return services_.updateChecker && services_.updateChecker->isConfigured();
+    }
 
     Database& database() { return database_; }
     const Features& features() const { return features_; }
@@ -143,6 +154,13 @@ public:
     void saveProject(const std::string& name, const std::string& keywords,
                      const std::optional<std::string>& replacing);
     void deleteProject(const std::string& name);
+
+    // Each returns at once; what happens shows in updateState().
+    void checkForUpdates();
+    // Fetches latestRelease(), if any, and opens it.
+    void downloadUpdate();
+    // Opens the fetched package again.
+    void installUpdate();
 
     // The report over [from, to) with the switches as they are.
     Report report(TimePoint from, TimePoint to);
@@ -211,6 +229,8 @@ private:
     std::vector<Project> projects_;
     bool isPaused_ = false;
     std::string notice_;
+    UpdateState updateState_ = updates::Idle{};
+    std::optional<ReleaseInfo> latestRelease_;
 
     std::deque<Write> pendingWrites_;
     int ticks_ = 0;

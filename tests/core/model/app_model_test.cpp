@@ -3,7 +3,10 @@
 
 #include "core/localisation/l10n.h"
 #include "core/mcp/mcp_tools.h"
+#include "tests/core/integrations/update_checker_harness.h"
 #include "tests/core/model/model_fixture.h"
+#include "tests/support/fake_http_client.h"
+#include "tests/support/process.h"
 #include "tests/support/sql_beside.h"
 
 namespace kvillo {
@@ -320,6 +323,41 @@ TEST_F(Model, TheNoticeSaysWhatKeepsKvilloFromRecording) {
               text("Kvillo ser ikke hvilket program du bruker her, så ingenting blir logget."));
     model().set(Key::activityLogging, false);
     EXPECT_EQ(model().notice(), "");
+}
+
+TEST_F(Model, TheUpdateControlMirrorsTheChecker) {
+    const std::string base = "https://updates.test";
+    testing::FakeHttpClient http;
+    http.answer(base + "/releases/linux/latest",
+                HttpReply{200, {}, testing::releaseJson("v1.5.0", {"kvillo.deb"})});
+    http.answer(base + "/releases/linux/v1.5.0/assets/kvillo.deb", HttpReply{200, {}, "deb"});
+    testing::FakeTimer checks{clock_};
+    std::vector<std::string> opened;
+    UpdateChecker checker(
+        {http, uiThread_, checks, [&](const std::string& file) { opened.push_back(file); },
+         [] { return Language(Language::en); }},
+        UpdateSource{
+            {base}, "1.4.0", folder_.file("updates"), {Installation::Kind::debianPackage, {}}});
+    updates_ = &checker;
+    std::vector<AppModel::Field> announced;
+    auto subscription =
+        model().onChange([&](AppModel::Field field) { announced.push_back(field); });
+    const auto settled = [&](auto state) {
+        return testing::eventually(
+            [&] {
+                uiThread_.runPending();
+                return std::holds_alternative<decltype(state)>(model().updateState());
+            },
+            std::chrono::seconds(10));
+    };
+    ASSERT_TRUE(settled(updates::Available{}));  // checked at start
+    EXPECT_EQ(model().latestRelease()->tag, "v1.5.0");
+    EXPECT_NE(std::find(announced.begin(), announced.end(), AppModel::Field::latestRelease),
+              announced.end());
+    model().downloadUpdate();
+    ASSERT_TRUE(settled(updates::ReadyToInstall{}));
+    EXPECT_EQ(opened.size(), 1u);
+    model_.reset();
 }
 
 TEST(ModelSettings, ABrokenSettingsFileIsNoticed) {

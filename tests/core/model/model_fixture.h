@@ -25,7 +25,7 @@ protected:
         if (!model_) {
             model_ = std::make_unique<AppModel>(
                 modelDb_, monitor_, features_,
-                AppModelServices{clock_, modelTimer_, uiThread_, notifications_});
+                AppModelServices{clock_, modelTimer_, uiThread_, notifications_, updates_});
         }
         return *model_;
     }
@@ -51,6 +51,7 @@ protected:
     FakeUiThread uiThread_;
     FakeNotificationCenter notifications_;
     ActivityMonitor monitor_{db_, features_, desktop_, clock_, monitorTimer_};
+    UpdateChecker* updates_ = nullptr;  // must outlive model_ when set
     std::unique_ptr<AppModel> model_;
 };
 
