@@ -582,7 +582,11 @@ const std::vector<std::string>& McpServer::unavailableAddresses() const {
 
 std::string McpServer::endpointURL() const {
     std::uint16_t bound = boundPort();
-    return "http://localhost:" + std::to_string(bound != 0 ? bound : options_.port) + "/mcp";
+    return endpointURL(bound != 0 ? bound : options_.port);
+}
+
+std::string McpServer::endpointURL(std::uint16_t port) {
+    return "http://localhost:" + std::to_string(port) + "/mcp";
 }
 
 void McpServer::start() {

@@ -77,6 +77,8 @@ public:
     // "http://localhost:7384/mcp": the port listened on once started (the
     // one picked for port 0), the configured one before.
     std::string endpointURL() const;
+    // The same for a server on `port`.
+    static std::string endpointURL(std::uint16_t port);
 
     // Listens on whichever loopback addresses can be bound and starts the
     // server's thread. Throws McpServerError when neither can be bound (the
