@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 #include "core/files/private_folder.h"
 
@@ -81,6 +82,36 @@ std::optional<std::uint16_t> readPort(const std::string& path) {
     return static_cast<std::uint16_t>(port);
 }
 
+// The data folder as the copies compare it: absolute and normalised, but
+// not symlink-resolved, as the copies to tell apart read the same
+// environment and the folder need not exist yet. A relative path with no
+// working folder to resolve it against is taken as it is.
+std::string absoluteFolder(const std::string& dataFolder) {
+    std::error_code noWorkingFolder;
+    auto resolved = std::filesystem::absolute(dataFolder, noWorkingFolder);
+    std::string absolute = (noWorkingFolder ? std::filesystem::path(dataFolder) : resolved)
+                               .lexically_normal()
+                               .string();
+    while (absolute.size() > 1 && absolute.back() == '/') {
+        absolute.pop_back();
+    }
+    return absolute;
+}
+
+// The runtime folder's files, when that folder is usable at all.
+std::optional<InstanceFiles> runtimeFiles(const std::string& runtimeFolder,
+                                          const std::string& absolute) {
+    if (runtimeFolder.empty() || runtimeFolder.front() != '/') {
+        return std::nullopt;
+    }
+    return filesIn(runtimeFolder + "/kvillo", hashName(absolute));
+}
+
+const char* runtimeFolderOfEnvironment() {
+    const char* folder = std::getenv("XDG_RUNTIME_DIR");
+    return folder ? folder : "";
+}
+
 }  // namespace
 
 std::string RunningInstance::describe() const {
@@ -110,30 +141,18 @@ bool RunningInstance::requestShow() const {
 }
 
 InstanceLock::Outcome InstanceLock::acquire(const std::string& dataFolder) {
-    const char* runtimeFolder = std::getenv("XDG_RUNTIME_DIR");
-    return acquire(dataFolder, runtimeFolder ? runtimeFolder : "");
+    return acquire(dataFolder, runtimeFolderOfEnvironment());
 }
 
 InstanceLock::Outcome InstanceLock::acquire(const std::string& dataFolder,
                                             const std::string& runtimeFolder) {
-    // Not symlink-resolved: the copies to tell apart read the same
-    // environment, and the folder need not exist yet. A relative path with
-    // no working folder to resolve it against is taken as it is.
-    std::error_code noWorkingFolder;
-    auto resolved = std::filesystem::absolute(dataFolder, noWorkingFolder);
-    std::string absolute = (noWorkingFolder ? std::filesystem::path(dataFolder) : resolved)
-                               .lexically_normal()
-                               .string();
-    while (absolute.size() > 1 && absolute.back() == '/') {
-        absolute.pop_back();
-    }
-
+    std::string absolute = absoluteFolder(dataFolder);
     InstanceFiles files;
     int fd = -1;
-    if (!runtimeFolder.empty() && runtimeFolder.front() == '/') {
+    if (auto inRuntime = runtimeFiles(runtimeFolder, absolute)) {
         std::string folder = runtimeFolder + "/kvillo";
         if (::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST) {
-            files = filesIn(folder, hashName(absolute));
+            files = *inRuntime;
             fd = openLockFile(files.lockFile);
         }
     }
@@ -158,6 +177,35 @@ InstanceLock::Outcome InstanceLock::acquire(const std::string& dataFolder,
         return InstanceLockError{"cannot lock " + files.lockFile + ": " + reason(error)};
     }
     return std::unique_ptr<InstanceLock>(new InstanceLock(std::move(files), fd));
+}
+
+std::optional<std::uint16_t> InstanceLock::runningMcpPort(const std::string& dataFolder) {
+    return runningMcpPort(dataFolder, runtimeFolderOfEnvironment());
+}
+
+std::optional<std::uint16_t> InstanceLock::runningMcpPort(const std::string& dataFolder,
+                                                          const std::string& runtimeFolder) {
+    std::string absolute = absoluteFolder(dataFolder);
+    std::vector<InstanceFiles> candidates;
+    if (auto inRuntime = runtimeFiles(runtimeFolder, absolute)) {
+        candidates.push_back(*inRuntime);
+    }
+    candidates.push_back(filesIn(absolute, "instance"));
+    for (const auto& files : candidates) {
+        // Without a port file there is nothing to learn, and no reason to
+        // touch the lock.
+        auto port = readPort(files.portFile);
+        int fd = port ? ::open(files.lockFile.c_str(), O_RDONLY | O_CLOEXEC) : -1;
+        if (fd < 0) {
+            continue;
+        }
+        bool held = ::flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+        ::close(fd);  // drops the shared lock, if it was had
+        if (held) {
+            return port;
+        }
+    }
+    return std::nullopt;
 }
 
 InstanceLock::InstanceLock(InstanceFiles files, int lockFd)

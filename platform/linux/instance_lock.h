@@ -71,6 +71,16 @@ public:
     static Outcome acquire(const std::string& dataFolder, const std::string& runtimeFolder);
     static Outcome acquire(const std::string& dataFolder);
 
+    // The port published by the copy that holds the lock for `dataFolder`
+    // (with the files where acquire() would look), for commands that run
+    // beside it; none when no copy runs or it has not said. Creates nothing
+    // and takes no lock, but for an instant's shared lock when a port file
+    // is there (a crash leaves one behind): a copy starting at that instant
+    // would take this for a running one.
+    static std::optional<std::uint16_t> runningMcpPort(const std::string& dataFolder,
+                                                       const std::string& runtimeFolder);
+    static std::optional<std::uint16_t> runningMcpPort(const std::string& dataFolder);
+
     // Removes the socket and the port file, then lets the lock go.
     ~InstanceLock() override;
     InstanceLock(const InstanceLock&) = delete;

@@ -73,7 +73,7 @@ TEST(InstanceLock, OneHolderPerDataFolderWhereverTheFilesLive) {
     }
 }
 
-TEST(InstanceLock, LaterStartsReadThePortOfTheHolderOnly) {
+TEST(InstanceLock, LaterStartsAndCommandsReadThePortOfTheHolderOnly) {
     TempFolder temp;
     std::string data = temp.file("Kvillo");
     auto portSeen = [&] {
@@ -88,12 +88,19 @@ TEST(InstanceLock, LaterStartsReadThePortOfTheHolderOnly) {
         EXPECT_EQ(portSeen(), std::nullopt);
         EXPECT_EQ(held(first)->publishMcpPort(4321), std::nullopt);
         EXPECT_EQ(portSeen(), 4321);
+        EXPECT_EQ(InstanceLock::runningMcpPort(data, temp.path()), 4321);
         EXPECT_EQ(held(first)->publishMcpPort(4322), std::nullopt);
         auto outcome = InstanceLock::acquire(data, temp.path());
         EXPECT_EQ(std::get<RunningInstance>(outcome).describe(),
                   "Kvillo is already running (MCP server on http://localhost:4322/mcp)");
     }
     // As a holder killed before it could remove the file leaves it.
+    testing::writeFile(portFile, "4321\n");
+    EXPECT_EQ(InstanceLock::runningMcpPort(data, temp.path()), std::nullopt);
+    {
+        auto probe = InstanceLock::acquire(data, temp.path());
+        EXPECT_TRUE(held(probe));  // the look left the lock free
+    }
     testing::writeFile(portFile, "4321\n");
     auto next = InstanceLock::acquire(data, temp.path());
     ASSERT_TRUE(held(next));
