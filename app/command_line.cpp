@@ -65,11 +65,24 @@ CommandLineRequest parseTimesheet(const std::vector<std::string>& arguments) {
     return request;
 }
 
+CommandLineRequest parseMcp(const std::vector<std::string>& arguments) {
+    if (arguments.size() == 1) {
+        return RunMcpBridge{};
+    }
+    if (arguments.size() == 2 && arguments[1] == "--hook") {
+        return RunMcpBridge{true};
+    }
+    return UsageError{"unknown mcp argument: " + arguments[1]};
+}
+
 }  // namespace
 
 CommandLineRequest parseCommandLine(const std::vector<std::string>& arguments) {
     if (!arguments.empty() && arguments.front() == "timesheet") {
         return parseTimesheet(arguments);
+    }
+    if (!arguments.empty() && arguments.front() == "mcp") {
+        return parseMcp(arguments);
     }
     RunProgram run;
     for (size_t i = 0; i < arguments.size(); ++i) {
@@ -102,6 +115,7 @@ std::string usageText() {
     return "Usage: kvillo [--headless] [--port PORT]\n"
            "       kvillo timesheet [--period PERIOD | --from YYYY-MM-DD --to YYYY-MM-DD]\n"
            "                        [--project NAME] [--output FILE]\n"
+           "       kvillo mcp [--hook]\n"
            "       kvillo --version | --help\n"
            "\n"
            "Kvillo records which application is in front and for how long, and serves\n"
@@ -120,6 +134,10 @@ std::string usageText() {
            "              the first and the last day to include\n"
            "  --project   only this project (default: all projects)\n"
            "  --output    write to FILE, with a byte order mark, instead of standard output\n"
+           "\n"
+           "AI assistants:\n"
+           "  mcp         serve MCP on standard input and output, as kvillo-mcp does;\n"
+           "              with --hook, run the Claude Code prompt hook\n"
            "\n"
            "Stop Kvillo from the tray menu, or with Ctrl+C or SIGTERM.\n";
 }

@@ -12,7 +12,8 @@
 namespace kvillo {
 
 // What the command line asks for. Parsed before any Qt object exists, so
-// `--help`, `--version` and the timesheet export work without a display.
+// `--help`, `--version`, the timesheet export and the bridge work without a
+// display.
 struct RunProgram {
     bool headless = false;         // no tray icon and no windows: capture and server only
     std::uint16_t mcpPort = 7384;  // 0 lets the system pick a free port
@@ -29,11 +30,16 @@ struct ExportTimesheet {
     std::optional<std::string> project;     // all projects when absent
     std::optional<std::string> output;      // standard output when absent
 };
+// `kvillo mcp`: the stdio bridge, as kvillo-mcp; with --hook, its Claude
+// Code hook. What an AppImage's entry in an assistant's file runs.
+struct RunMcpBridge {
+    bool hook = false;
+};
 struct UsageError {
     std::string message;  // names the offending argument
 };
 using CommandLineRequest =
-    std::variant<RunProgram, ShowHelp, ShowVersion, ExportTimesheet, UsageError>;
+    std::variant<RunProgram, ShowHelp, ShowVersion, ExportTimesheet, RunMcpBridge, UsageError>;
 
 // `arguments` excludes the program name.
 CommandLineRequest parseCommandLine(const std::vector<std::string>& arguments);

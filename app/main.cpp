@@ -7,8 +7,10 @@
 #include <optional>
 
 #include "app/app_delegate.h"
+#include "app/claude_code_hook_command.h"
 #include "app/command_line.h"
 #include "app/gui_module_loader.h"
+#include "app/mcp_bridge.h"
 #include "app/timesheet_command.h"
 #include "app/unix_signal_watcher.h"
 #include "core/net/curl_http_client.h"
@@ -134,6 +136,10 @@ int main(int argc, char** argv) {
         kvillo::SystemClock clock;
         return kvillo::runTimesheetCommand(*timesheet, kvillo::AppPaths::fromEnvironment(), clock,
                                            std::cout, std::cerr);
+    }
+    if (auto* bridge = std::get_if<kvillo::RunMcpBridge>(&request)) {
+        auto paths = kvillo::AppPaths::fromEnvironment();
+        return bridge->hook ? kvillo::runClaudeCodeHook(paths) : kvillo::runMcpBridge(paths);
     }
     // While this is still the only thread; only the recording program
     // checks for updates.
