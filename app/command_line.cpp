@@ -65,6 +65,38 @@ CommandLineRequest parseTimesheet(const std::vector<std::string>& arguments) {
     return request;
 }
 
+std::string clientNames() {
+    std::string names;
+    for (McpClient client : McpClients::allCases()) {
+        names += std::string(McpClients::commandLineName(client)) + ", ";
+    }
+    return names + "or all";
+}
+
+CommandLineRequest parseClients(const std::vector<std::string>& arguments) {
+    const std::string& command = arguments.front();
+    if (arguments.size() > 1 && (arguments[1] == "--help" || arguments[1] == "-h")) {
+        return ShowHelp{};
+    }
+    if (command == "clients") {
+        if (arguments.size() > 1) {
+            return UsageError{"unknown clients argument: " + arguments[1]};
+        }
+        return ListClients{};
+    }
+    if (arguments.size() != 2) {
+        return UsageError{command + " needs one AI tool: " + clientNames()};
+    }
+    ConnectClients request{command == "connect", std::nullopt};
+    if (arguments[1] != "all") {
+        request.client = McpClients::fromCommandLineName(arguments[1]);
+        if (!request.client) {
+            return UsageError{"unknown AI tool: " + arguments[1] + " (use " + clientNames() + ")"};
+        }
+    }
+    return request;
+}
+
 CommandLineRequest parseMcp(const std::vector<std::string>& arguments) {
     if (arguments.size() == 1) {
         return RunMcpBridge{};
@@ -80,6 +112,10 @@ CommandLineRequest parseMcp(const std::vector<std::string>& arguments) {
 CommandLineRequest parseCommandLine(const std::vector<std::string>& arguments) {
     if (!arguments.empty() && arguments.front() == "timesheet") {
         return parseTimesheet(arguments);
+    }
+    if (!arguments.empty() && (arguments.front() == "clients" || arguments.front() == "connect" ||
+                               arguments.front() == "disconnect")) {
+        return parseClients(arguments);
     }
     if (!arguments.empty() && arguments.front() == "mcp") {
         return parseMcp(arguments);
@@ -115,6 +151,7 @@ std::string usageText() {
     return "Usage: kvillo [--headless] [--port PORT]\n"
            "       kvillo timesheet [--period PERIOD | --from YYYY-MM-DD --to YYYY-MM-DD]\n"
            "                        [--project NAME] [--output FILE]\n"
+           "       kvillo clients | connect NAME | disconnect NAME\n"
            "       kvillo mcp [--hook]\n"
            "       kvillo --version | --help\n"
            "\n"
@@ -136,6 +173,11 @@ std::string usageText() {
            "  --output    write to FILE, with a byte order mark, instead of standard output\n"
            "\n"
            "AI assistants:\n"
+           "  clients     each AI tool Kvillo can connect to, and whether it is connected\n"
+           "  connect, disconnect\n"
+           "              write Kvillo into an AI tool's settings, or take it out again:\n"
+           "              claude-desktop, claude-code, cursor, windsurf, continue, vscode,\n"
+           "              zed, or all (connect all skips tools that are not installed)\n"
            "  mcp         serve MCP on standard input and output, as kvillo-mcp does;\n"
            "              with --hook, run the Claude Code prompt hook\n"
            "\n"

@@ -7,13 +7,14 @@
 #include <vector>
 
 #include "core/analysis/export_period.h"
+#include "core/integrations/mcp_client.h"
 #include "core/time/calendar.h"
 
 namespace kvillo {
 
 // What the command line asks for. Parsed before any Qt object exists, so
-// `--help`, `--version`, the timesheet export and the bridge work without a
-// display.
+// `--help`, `--version`, the timesheet export, the bridge and the AI
+// assistant commands work without a display.
 struct RunProgram {
     bool headless = false;         // no tray icon and no windows: capture and server only
     std::uint16_t mcpPort = 7384;  // 0 lets the system pick a free port
@@ -35,11 +36,18 @@ struct ExportTimesheet {
 struct RunMcpBridge {
     bool hook = false;
 };
+// `kvillo clients`: each AI assistant and whether Kvillo is connected to it.
+struct ListClients {};
+// `kvillo connect NAME` and `kvillo disconnect NAME`.
+struct ConnectClients {
+    bool connect = true;
+    std::optional<McpClient> client;  // none: all of them
+};
 struct UsageError {
     std::string message;  // names the offending argument
 };
-using CommandLineRequest =
-    std::variant<RunProgram, ShowHelp, ShowVersion, ExportTimesheet, RunMcpBridge, UsageError>;
+using CommandLineRequest = std::variant<RunProgram, ShowHelp, ShowVersion, ExportTimesheet,
+                                        RunMcpBridge, ListClients, ConnectClients, UsageError>;
 
 // `arguments` excludes the program name.
 CommandLineRequest parseCommandLine(const std::vector<std::string>& arguments);

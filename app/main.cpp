@@ -8,14 +8,18 @@
 
 #include "app/app_delegate.h"
 #include "app/claude_code_hook_command.h"
+#include "app/clients_command.h"
 #include "app/command_line.h"
 #include "app/gui_module_loader.h"
 #include "app/mcp_bridge.h"
 #include "app/timesheet_command.h"
 #include "app/unix_signal_watcher.h"
+#include "core/localisation/l10n.h"
 #include "core/net/curl_http_client.h"
+#include "core/settings/features.h"
 #include "core/time/system_clock.h"
 #include "platform/linux/instance_lock.h"
+#include "platform/linux/user_account.h"
 
 namespace {
 
@@ -140,6 +144,17 @@ int main(int argc, char** argv) {
     if (auto* bridge = std::get_if<kvillo::RunMcpBridge>(&request)) {
         auto paths = kvillo::AppPaths::fromEnvironment();
         return bridge->hook ? kvillo::runClaudeCodeHook(paths) : kvillo::runMcpBridge(paths);
+    }
+    if (std::holds_alternative<kvillo::ListClients>(request) ||
+        std::holds_alternative<kvillo::ConnectClients>(request)) {
+        auto paths = kvillo::AppPaths::fromEnvironment();
+        kvillo::Features features(paths.settingsFile, kvillo::fullUserName);
+        auto language = kvillo::L10n::language(features);
+        auto installer = kvillo::commandLineInstaller(paths);
+        if (auto* change = std::get_if<kvillo::ConnectClients>(&request)) {
+            return kvillo::runConnectClients(*change, installer, language, std::cout, std::cerr);
+        }
+        return kvillo::runListClients(installer, language, std::cout);
     }
     // While this is still the only thread; only the recording program
     // checks for updates.
