@@ -84,10 +84,11 @@ std::optional<std::string> AppDelegate::launch() {
     if (gui_) {
         notifications_ = gui_->makeNotificationCenter();
         makeUpdateChecker();
+        installer_ = std::make_unique<McpInstaller>(mcpServer_->endpointURL());
         model_ = std::make_unique<AppModel>(
             anotherConnection(modelDatabase_, kInterfaceBusyWait), *monitor_, *features_,
-            AppModelServices{clock_, modelTimer_, uiThread_, *notifications_,
-                             updateChecker_.get()});
+            AppModelServices{clock_, modelTimer_, uiThread_, *notifications_, updateChecker_.get(),
+                             installer_.get()});
         frontEnd_ = gui_->makeFrontEnd(
             LiveObjects{*database_, *features_, *monitor_, *mcpServer_, *model_, clock_, paths_});
         frontEnd_->show();

@@ -85,6 +85,7 @@ private:
     std::unique_ptr<CurlHttpClient> http_;
     QtRepeatingTimer updateTimer_;
     std::unique_ptr<UpdateChecker> updateChecker_;
+    std::unique_ptr<McpInstaller> installer_;
     std::unique_ptr<Database> modelDatabase_;
     std::unique_ptr<AppModel> model_;
     std::unique_ptr<FrontEnd> frontEnd_;  // last, so destroyed first

@@ -1,5 +1,7 @@
 #include "app/gui/app_model_object.h"
 
+#include "core/localisation/l10n.h"
+
 namespace kvillo {
 namespace {
 
@@ -58,6 +60,9 @@ void AppModelObject::announce(AppModel::Field field) {
         case Field::updateState:
         case Field::latestRelease:
             emit updateChanged();
+            break;
+        case Field::clients:
+            emit clientsChanged();
             break;
     }
 }
@@ -162,6 +167,26 @@ QString AppModelObject::latestVersion() const {
     return model_.latestRelease() ? qt(model_.latestRelease()->tag) : QString();
 }
 
+QVariantList AppModelObject::clients() const {
+    const auto language = L10n::language(model_.features());
+    QVariantList out;
+    for (const auto& row : model_.clients()) {
+        static constexpr const char* kStatus[] = {"connected", "notConnected", "notInstalled",
+                                                  "unusable"};
+        out.push_back(QVariantMap{
+            {"id", qt(std::string(McpClients::commandLineName(row.client)))},
+            {"name", qt(std::string(McpClients::displayName(row.client)))},
+            {"status", QString::fromLatin1(kStatus[static_cast<int>(row.state.status)])},
+            {"problem", row.state.problem ? qt(row.state.problem->summary(language)) : QString()},
+        });
+    }
+    return out;
+}
+
+QString AppModelObject::clientError() const {
+    return qt(model_.clientError());
+}
+
 void AppModelObject::refresh() {
     model_.refresh();
 }
@@ -205,6 +230,12 @@ void AppModelObject::downloadUpdate() {
 
 void AppModelObject::installUpdate() {
     model_.installUpdate();
+}
+
+void AppModelObject::connectClient(const QString& id, bool connect) {
+    if (auto client = McpClients::fromCommandLineName(id.toStdString())) {
+        model_.connectClient(*client, connect);
+    }
 }
 
 }  // namespace kvillo

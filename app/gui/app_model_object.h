@@ -46,6 +46,11 @@ class AppModelObject : public QObject {
     Q_PROPERTY(double updateProgress READ updateProgress NOTIFY updateChanged)
     Q_PROPERTY(QString updateText READ updateText NOTIFY updateChanged)
     Q_PROPERTY(QString latestVersion READ latestVersion NOTIFY updateChanged)
+    // The AI assistants: [{id, name, status ("connected", "notConnected",
+    // "notInstalled", "unusable"), problem}], read when asked; and why the
+    // last connection failed (empty when it did not).
+    Q_PROPERTY(QVariantList clients READ clients NOTIFY clientsChanged)
+    Q_PROPERTY(QString clientError READ clientError NOTIFY clientsChanged)
 
 public:
     explicit AppModelObject(AppModel& model, QObject* parent = nullptr);
@@ -68,6 +73,8 @@ public:
     double updateProgress() const;
     QString updateText() const;
     QString latestVersion() const;
+    QVariantList clients() const;
+    QString clientError() const;
 
     Q_INVOKABLE void refresh();
     // `key` as in the settings file ("activityLogging"); an unknown key is
@@ -84,6 +91,8 @@ public:
     Q_INVOKABLE void checkForUpdates();
     Q_INVOKABLE void downloadUpdate();
     Q_INVOKABLE void installUpdate();
+    // `id` as on the command line ("claude-code"); an unknown one is ignored.
+    Q_INVOKABLE void connectClient(const QString& id, bool connect);
 
 signals:
     void enabledChanged();
@@ -95,6 +104,7 @@ signals:
     void noticeChanged();
     void todayChanged();
     void updateChanged();
+    void clientsChanged();
 
 private:
     void announce(AppModel::Field field);

@@ -62,6 +62,10 @@ AppModel::AppModel(Database& database, ActivityMonitor& monitor, Features& featu
 }
 
 AppModel::~AppModel() {
+    self_.reset();
+    for (auto& work : clientWork_) {
+        work.wait();
+    }
     services_.timer.stop();
     if (auto* updates = services_.updateChecker) {
         updates->setOnStateChange(nullptr);
@@ -327,6 +331,41 @@ void AppModel::saveProject(const std::string& name, const std::string& keywords,
 void AppModel::deleteProject(const std::string& name) {
     write([name](Database& database) { database.deleteProject(name); });
     refresh();
+}
+
+std::vector<AppModel::ClientRow> AppModel::clients() const {
+    std::vector<ClientRow> rows;
+    if (const auto* installer = services_.installer) {
+        for (auto client : McpClients::allCases()) {
+            rows.push_back({client, installer->state(client)});
+        }
+    }
+    return rows;
+}
+
+void AppModel::connectClient(McpClient client, bool connect) {
+    auto* installer = services_.installer;
+    if (!installer) {
+        return;
+    }
+    std::erase_if(clientWork_, [](const std::future<void>& work) {
+        return work.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    });
+    const auto language = L10n::language(features_);
+    clientWork_.push_back(std::async(std::launch::async, [=, this, self = std::weak_ptr(self_)] {
+        std::string error;
+        try {
+            connect ? installer->install(client) : installer->uninstall(client);
+        } catch (const McpInstallError& failure) {
+            error = failure.description(language);
+        }
+        services_.uiThread.post([self, error] {
+            if (auto model = self.lock()) {
+                (*model)->clientError_ = error;
+                (*model)->announce(Field::clients);
+            }
+        });
+    }));
 }
 
 void AppModel::checkForUpdates() {

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <future>
+#include <list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -12,6 +14,7 @@
 #include "core/analysis/period_report.h"
 #include "core/capture/activity_monitor.h"
 #include "core/events/observer_list.h"
+#include "core/integrations/mcp_installer.h"
 #include "core/integrations/update_checker.h"
 #include "core/model/notification_center.h"
 #include "core/model/project_switch_watcher.h"
@@ -35,6 +38,8 @@ struct AppModelServices {
     NotificationCenter& notifications;  // where the switch prompt asks
     // Checks for and fetches new releases; none: no update control.
     UpdateChecker* updateChecker = nullptr;
+    // Connects AI assistants to the server; none: no such control.
+    McpInstaller* installer = nullptr;
 };
 
 // The one state object behind the interface: a snapshot of the present
@@ -74,6 +79,7 @@ public:
         notice,
         updateState,
         latestRelease,
+        clients,  // a connection changed, or failed (clientError)
     };
 
     static constexpr Duration kTickInterval = 1.0;
@@ -155,6 +161,19 @@ public:
                      const std::optional<std::string>& replacing);
     void deleteProject(const std::string& name);
 
+    // The AI assistants as the settings page lists them, read from their
+    // files now (empty without an installer).
+    struct ClientRow {
+        McpClient client;
+        McpClientState state;
+    };
+    std::vector<ClientRow> clients() const;
+    // Connects or disconnects an assistant off the UI thread (its own
+    // command may take seconds); `clients` is announced when it is done,
+    // with clientError() saying why it failed, in the chosen language.
+    void connectClient(McpClient client, bool connect);
+    const std::string& clientError() const { return clientError_; }
+
     // Each returns at once; what happens shows in updateState().
     void checkForUpdates();
     // Fetches latestRelease(), if any, and opens it.
@@ -231,6 +250,11 @@ private:
     std::string notice_;
     UpdateState updateState_ = updates::Idle{};
     std::optional<ReleaseInfo> latestRelease_;
+    std::string clientError_;
+    // Connections under way; waited for when the model goes.
+    std::list<std::future<void>> clientWork_;
+    // Answers posted to the UI thread find the model gone when this is.
+    std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
 
     std::deque<Write> pendingWrites_;
     int ticks_ = 0;

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <filesystem>
+
 #include "core/localisation/l10n.h"
 #include "core/mcp/mcp_tools.h"
 #include "tests/core/integrations/update_checker_harness.h"
@@ -357,6 +359,40 @@ TEST_F(Model, TheUpdateControlMirrorsTheChecker) {
     model().downloadUpdate();
     ASSERT_TRUE(settled(updates::ReadyToInstall{}));
     EXPECT_EQ(opened.size(), 1u);
+    model_.reset();
+}
+
+TEST_F(Model, AssistantsAreConnectedOffTheUiThreadAndRefusalsAreSaid) {
+    testing::ScopedEnv home("HOME", folder_.file("home"));
+    testing::ScopedEnv config("XDG_CONFIG_HOME", folder_.file("home/.config"));
+    std::filesystem::create_directories(folder_.file("home/.cursor"));
+    testing::writeFile(folder_.file("home/.cursor/mcp.json"), "[1]");
+    McpInstaller installer("http://localhost:7384/mcp");
+    installer_ = &installer;
+    int announced = 0;
+    auto subscription = model().onChange(
+        [&](AppModel::Field field) { announced += field == AppModel::Field::clients; });
+    const auto done = [&](int count) {
+        return testing::eventually(
+            [&] {
+                uiThread_.runPending();
+                return announced == count;
+            },
+            std::chrono::seconds(10));
+    };
+    model().connectClient(McpClient::cursor, true);
+    ASSERT_TRUE(done(1));
+    EXPECT_NE(model().clientError(), "");
+    EXPECT_EQ(testing::readFile(folder_.file("home/.cursor/mcp.json")), "[1]");
+
+    std::filesystem::remove(folder_.file("home/.cursor/mcp.json"));
+    model().connectClient(McpClient::cursor, true);
+    ASSERT_TRUE(done(2));
+    EXPECT_EQ(model().clientError(), "");
+    const auto rows = model().clients();
+    ASSERT_EQ(rows.size(), McpClients::allCases().size());
+    EXPECT_EQ(rows[2].client, McpClient::cursor);
+    EXPECT_EQ(rows[2].state.status, McpClientStatus::connected);
     model_.reset();
 }
 

@@ -23,9 +23,10 @@ class ModelFixture : public ::testing::Test {
 protected:
     AppModel& model() {
         if (!model_) {
-            model_ = std::make_unique<AppModel>(
-                modelDb_, monitor_, features_,
-                AppModelServices{clock_, modelTimer_, uiThread_, notifications_, updates_});
+            model_ =
+                std::make_unique<AppModel>(modelDb_, monitor_, features_,
+                                           AppModelServices{clock_, modelTimer_, uiThread_,
+                                                            notifications_, updates_, installer_});
         }
         return *model_;
     }
@@ -51,7 +52,9 @@ protected:
     FakeUiThread uiThread_;
     FakeNotificationCenter notifications_;
     ActivityMonitor monitor_{db_, features_, desktop_, clock_, monitorTimer_};
-    UpdateChecker* updates_ = nullptr;  // must outlive model_ when set
+    // Must outlive model_ when set.
+    UpdateChecker* updates_ = nullptr;
+    McpInstaller* installer_ = nullptr;
     std::unique_ptr<AppModel> model_;
 };
 
