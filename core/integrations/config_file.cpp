@@ -68,8 +68,24 @@ ConfigText readConfigFile(const std::string& path) {
     return config;
 }
 
+namespace {
+
+// Clients rewrite their own files while they run: a change made since
+// `before` was read would be lost, so the edit is refused instead. (What
+// lands between this look and the rename is not seen; that window is
+// microseconds, where the one it closes was the whole edit.)
+void refuseIfChanged(const std::string& path, const ConfigText& before) {
+    ConfigText now = readConfigFile(path);
+    if (now.exists != before.exists || now.text != before.text) {
+        throwUnwritable(path, "another program changed it meanwhile; try again");
+    }
+}
+
+}  // namespace
+
 void replaceConfigFile(const std::string& path, const ConfigText& before, const std::string& text,
                        bool writtenByKvillo) {
+    refuseIfChanged(path, before);
     std::error_code error;
     std::string target = resolveSymbolicLinks(path, error);
     auto folder = std::filesystem::path(error ? path : target).parent_path();
@@ -89,6 +105,7 @@ void removeConfigFile(const std::string& path, const ConfigText& before, bool wr
     if (!before.exists) {
         return;
     }
+    refuseIfChanged(path, before);
     keepBackup(path, before, writtenByKvillo);
     if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
         throwUnwritable(path, std::strerror(errno));

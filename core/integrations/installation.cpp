@@ -60,7 +60,19 @@ Installation Installation::ofThisProcess() {
     // The path the package put there, not a symbolic link to it: dpkg lists
     // /usr/bin, and a merged /usr makes /bin a link to it.
     fs::path executable = fs::canonical("/proc/self/exe", error);
-    return detect(error ? std::string() : executable.string(), std::getenv("APPIMAGE"));
+    return detect(error ? std::string() : executable.string(), appImageOfThisProcess());
+}
+
+const char* Installation::appImageOfThisProcess() {
+    const char* appImage = std::getenv("APPIMAGE");
+    const char* appDir = std::getenv("APPDIR");
+    if (!appImage || !appDir || appDir[0] != '/') {
+        return nullptr;
+    }
+    std::error_code error;
+    const auto executable = fs::canonical("/proc/self/exe", error).string();
+    const auto mount = fs::weakly_canonical(appDir, error).string();
+    return !error && executable.starts_with(mount + "/") ? appImage : nullptr;
 }
 
 }  // namespace kvillo

@@ -30,6 +30,11 @@ struct Installation {
     // detect() for this process: /proc/self/exe and $APPIMAGE.
     static Installation ofThisProcess();
 
+    // The AppImage this process runs from: $APPIMAGE, believed only while
+    // this executable lies inside the image's mount ($APPDIR), since a
+    // program started from another AppImage inherits that one's variables.
+    static const char* appImageOfThisProcess();
+
     bool operator==(const Installation&) const = default;
 };
 

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "core/integrations/installation.h"
+
 namespace kvillo {
 namespace {
 
@@ -46,7 +48,7 @@ std::string quoted(const std::string& word) {
 StdioCommand StdioCommand::forThisProgram() {
     std::error_code error;
     auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
-    const char* appImage = std::getenv("APPIMAGE");
+    const char* appImage = Installation::appImageOfThisProcess();
     return locate(error ? std::string() : executable.parent_path().string(),
                   appImage ? appImage : "", KVILLO_INSTALL_BINDIR);
 }

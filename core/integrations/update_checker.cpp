@@ -89,9 +89,10 @@ std::string joinUrl(std::string_view base, std::string_view path) {
     return std::string(base) + "/" + std::string(path);
 }
 
-// A name that stays inside the download folder.
+// A name that stays inside the download folder and hides nothing there
+// (no dot files).
 bool isPlainFileName(std::string_view name) {
-    return !name.empty() && name != "." && name != ".." && name.size() <= 200 &&
+    return !name.empty() && !name.starts_with('.') && name.size() <= 200 &&
            name.find('/') == std::string_view::npos && name.find('\0') == std::string_view::npos;
 }
 
@@ -488,11 +489,16 @@ void UpdateChecker::download(const ReleaseInfo& release) {
         auto outcome =
             services_.http.download(assetsUrl + escapeSegment(asset->name), {}, part, progress);
         const auto* reply = std::get_if<HttpReply>(&outcome);
-        if (!reply || reply->status >= 400) {
+        if (!reply) {
             fs::remove(part, error);
-            lastError =
-                downloadFailed(reply ? describeStatus(language, reply->status)
-                                     : describe(language, std::get<TransferError>(outcome)));
+            lastError = downloadFailed(describe(language, std::get<TransferError>(outcome)));
+            continue;
+        }
+        // Only a 2xx is the package: a 204 or a redirect left unfollowed is
+        // not.
+        if (reply->status < 200 || reply->status >= 300) {
+            fs::remove(part, error);
+            lastError = downloadFailed(describeStatus(language, reply->status));
             continue;
         }
         // A sum that the service answered but the file does not match is
@@ -505,7 +511,15 @@ void UpdateChecker::download(const ReleaseInfo& release) {
             return;
         }
         // rename() replaces an earlier download of the same name in one step.
-        std::string file = folder + "/" + suggestedName(*reply).value_or(asset->name);
+        // The server's suggested name is taken only for a package of this
+        // kind; an AppImage keeps the asset's name, as it goes beside the
+        // running one.
+        auto suggested = suggestedName(*reply);
+        if (!suggested || installation.kind == Installation::Kind::appImage ||
+            !suggested->ends_with(installation.packageSuffix())) {
+            suggested = asset->name;
+        }
+        std::string file = folder + "/" + *suggested;
         fs::rename(part, file, error);
         if (error) {
             fs::remove(part, error);

@@ -63,8 +63,8 @@ AppModel::AppModel(Database& database, ActivityMonitor& monitor, Features& featu
 
 AppModel::~AppModel() {
     self_.reset();
-    for (auto& work : clientWork_) {
-        work.wait();
+    if (clientWork_.valid()) {
+        clientWork_.wait();
     }
     services_.timer.stop();
     if (auto* updates = services_.updateChecker) {
@@ -348,24 +348,25 @@ void AppModel::connectClient(McpClient client, bool connect) {
     if (!installer) {
         return;
     }
-    std::erase_if(clientWork_, [](const std::future<void>& work) {
-        return work.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-    });
     const auto language = L10n::language(features_);
-    clientWork_.push_back(std::async(std::launch::async, [=, this, self = std::weak_ptr(self_)] {
-        std::string error;
-        try {
-            connect ? installer->install(client) : installer->uninstall(client);
-        } catch (const McpInstallError& failure) {
-            error = failure.description(language);
-        }
-        services_.uiThread.post([self, error] {
-            if (auto model = self.lock()) {
-                (*model)->clientError_ = error;
-                (*model)->announce(Field::clients);
-            }
-        });
-    }));
+    clientWork_ = std::async(std::launch::async, [=, this, before = clientWork_,
+                                                  self = std::weak_ptr(self_)] {
+                      if (before.valid()) {
+                          before.wait();
+                      }
+                      std::string error;
+                      try {
+                          connect ? installer->install(client) : installer->uninstall(client);
+                      } catch (const McpInstallError& failure) {
+                          error = failure.description(language);
+                      }
+                      services_.uiThread.post([self, error] {
+                          if (auto model = self.lock()) {
+                              (*model)->clientError_ = error;
+                              (*model)->announce(Field::clients);
+                          }
+                      });
+                  }).share();
 }
 
 void AppModel::checkForUpdates() {

@@ -4,7 +4,6 @@
 #include <deque>
 #include <functional>
 #include <future>
-#include <list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -251,8 +250,9 @@ private:
     UpdateState updateState_ = updates::Idle{};
     std::optional<ReleaseInfo> latestRelease_;
     std::string clientError_;
-    // Connections under way; waited for when the model goes.
-    std::list<std::future<void>> clientWork_;
+    // The last connection asked for; each waits for the one before, so
+    // that no two edit a file at once. Waited for when the model goes.
+    std::shared_future<void> clientWork_;
     // Answers posted to the UI thread find the model gone when this is.
     std::shared_ptr<AppModel*> self_ = std::make_shared<AppModel*>(this);
 

@@ -159,8 +159,13 @@ HttpOutcome perform(const CurlHttpClientOptions& options, const std::string& url
 
     const char* protocols = options.allowPlainHttpForTests ? "http,https" : "https";
     curl_easy_setopt(h, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(h, CURLOPT_PROTOCOLS_STR, protocols);
-    curl_easy_setopt(h, CURLOPT_REDIR_PROTOCOLS_STR, protocols);
+    // A libcurl older than the one built against (the same soname before
+    // 7.85) does not know these; without them it would follow any protocol.
+    if (curl_easy_setopt(h, CURLOPT_PROTOCOLS_STR, protocols) != CURLE_OK ||
+        curl_easy_setopt(h, CURLOPT_REDIR_PROTOCOLS_STR, protocols) != CURLE_OK) {
+        return TransferError{TransferFailure::other,
+                             "this libcurl cannot be limited to HTTPS, so nothing is fetched"};
+    }
     curl_easy_setopt(h, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(h, CURLOPT_MAXREDIRS, kMaxRedirects);
     curl_easy_setopt(h, CURLOPT_SSL_VERIFYPEER, 1L);

@@ -54,6 +54,9 @@ mode_t modeOf(const std::string& path) {
 
 // Whether `after` is `before` with one run of bytes put in.
 bool isInsertionInto(const std::string& before, const std::string& after) {
+    if (after.size() <= before.size()) {
+        return false;
+    }
     std::size_t prefix = 0;
     while (prefix < before.size() && before[prefix] == after[prefix]) {
         ++prefix;
@@ -63,7 +66,7 @@ bool isInsertionInto(const std::string& before, const std::string& after) {
            before[before.size() - 1 - suffix] == after[after.size() - 1 - suffix]) {
         ++suffix;
     }
-    return prefix + suffix == before.size() && after.size() > before.size();
+    return prefix + suffix == before.size();
 }
 
 class McpInstallerTest : public ::testing::Test {
