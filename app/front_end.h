@@ -41,7 +41,8 @@ class FrontEnd {
 public:
     virtual ~FrontEnd() = default;
 
-    // Puts the program on screen, once, when launching has finished.
+    // Puts the program on screen when launching has finished, and is called
+    // again whenever another start of the program asks to be seen.
     virtual void show() = 0;
 
     // Takes the interface down before the server and the monitor stop:

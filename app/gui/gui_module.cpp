@@ -32,6 +32,9 @@ public:
         auto application = std::make_unique<QApplication>(argc, argv);
         // The tray program keeps running with no window open.
         application->setQuitOnLastWindowClosed(false);
+        // Names the program to the desktop (the Wayland app id, the desktop
+        // entry its notifications and windows belong to).
+        QGuiApplication::setDesktopFileName(QStringLiteral("io.kvillo.Kvillo"));
         BrandFont::registerFonts();
         return application;
     }

@@ -23,6 +23,7 @@ inline constexpr Translation kTranslations[] = {
     {"Funksjoner", "Features", "Funciones", "Fonctionnalités"},
     {"Innstillinger", "Settings", "Configuración", "Paramètres"},
     {"Avslutt Kvillo", "Quit Kvillo", "Salir de Kvillo", "Quitter Kvillo"},
+    {"Åpne menyen", "Open menu", "Abrir el menú", "Ouvrir le menu"},
     {"Logging er slått av", "Logging is off", "El registro está desactivado",
      "Le suivi est désactivé"},
     {"Slå på", "Turn on", "Activar", "Activer"},

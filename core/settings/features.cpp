@@ -10,6 +10,7 @@ constexpr const char* kIdleMinutes = "idleMinutes";
 constexpr const char* kAnnotationIdleMinutes = "annotationIdleMinutes";
 constexpr const char* kLanguage = "language";
 constexpr const char* kTimesheetName = "timesheetName";
+constexpr const char* kMainWindowFrame = "mainWindowFrame";
 constexpr int kDefaultIdleMinutes = 5;
 constexpr int kDefaultAnnotationIdleMinutes = 30;
 
@@ -126,6 +127,31 @@ std::string Features::timesheetName() const {
 
 void Features::setTimesheetName(const std::string& name) {
     store_.set(kTimesheetName, name);
+}
+
+std::optional<Features::WindowFrame> Features::mainWindowFrame() const {
+    auto stored = store_.value(kMainWindowFrame);
+    if (!stored || !stored->is_array() || stored->size() != 4) {
+        return std::nullopt;
+    }
+    int parts[4];
+    for (std::size_t i = 0; i < 4; ++i) {
+        const auto& part = (*stored)[i];
+        if (!part.is_number_integer() || part.get<long long>() < -(1 << 24) ||
+            part.get<long long>() > (1 << 24)) {
+            return std::nullopt;
+        }
+        parts[i] = part.get<int>();
+    }
+    if (parts[2] <= 0 || parts[3] <= 0) {
+        return std::nullopt;
+    }
+    return WindowFrame{parts[0], parts[1], parts[2], parts[3]};
+}
+
+void Features::setMainWindowFrame(const WindowFrame& frame) {
+    store_.set(kMainWindowFrame,
+               nlohmann::json::array({frame.x, frame.y, frame.width, frame.height}));
 }
 
 }  // namespace kvillo

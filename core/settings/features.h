@@ -76,6 +76,19 @@ public:
     std::string timesheetName() const;
     void setTimesheetName(const std::string& name);
 
+    // The main window's place and size on the desktop, in pixels, as it was
+    // when last hidden. None until one is stored, or when what is stored is
+    // not four integers with a positive width and height.
+    struct WindowFrame {
+        int x = 0;
+        int y = 0;
+        int width = 0;
+        int height = 0;
+        bool operator==(const WindowFrame&) const = default;
+    };
+    std::optional<WindowFrame> mainWindowFrame() const;
+    void setMainWindowFrame(const WindowFrame& frame);
+
     // Whether the settings file could be read, for the notice that says why
     // AI access is off.
     SettingsStore::FileState settingsFileState() const { return store_.fileState(); }

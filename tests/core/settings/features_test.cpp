@@ -66,6 +66,20 @@ TEST_F(FeaturesTest, MinutesAreWrittenAsAtLeastOneButReadUnchanged) {
     EXPECT_EQ(features_.idleMinutes(), -4);
 }
 
+TEST_F(FeaturesTest, TheMainWindowFrameIsKeptAsFourIntegersAndOnlyAPlausibleOneIsRead) {
+    EXPECT_FALSE(features_.mainWindowFrame());
+    features_.setMainWindowFrame({-20, 40, 1040, 760});
+    EXPECT_EQ(stored()["mainWindowFrame"], nlohmann::json::parse("[-20, 40, 1040, 760]"));
+    EXPECT_EQ(features_.mainWindowFrame(), (Features::WindowFrame{-20, 40, 1040, 760}));
+    for (const char* frame :
+         {R"("10,10,800,600")", "[10, 10, 800]", "[10, 10, 0, 600]", "[10, 10, 800, -1]",
+          "[10, 10, 800.5, 600]", "[10000000000, 0, 800, 600]"}) {
+        SCOPED_TRACE(frame);
+        testing::writeFile(file_, std::string(R"({"mainWindowFrame": )") + frame + "}");
+        EXPECT_FALSE(features_.mainWindowFrame());
+    }
+}
+
 TEST_F(FeaturesTest, AnotherInstanceSeesChangesAndKeepsThemWhenItWrites) {
     Features other(file_, [] { return std::string(); });
     EXPECT_TRUE(other.isEnabled(Features::Key::windowTitles));
