@@ -13,7 +13,9 @@ packages=(
   nlohmann-json3-dev
   libasio-dev
   libcurl4-openssl-dev ca-certificates openssl
-  qt6-base-dev qt6-declarative-dev
+  qt6-base-dev qt6-declarative-dev qt6-svg-dev
+  qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-templates
+  qml6-module-qtquick-window qml6-module-qtqml-workerscript
   libx11-dev libx11-xcb-dev libxcb1-dev libxcb-screensaver0-dev libxcb-dpms0-dev
   xvfb openbox xdotool x11-utils python3-xlib
   dbus python3-dbusmock

@@ -187,6 +187,19 @@ QString AppModelObject::clientError() const {
     return qt(model_.clientError());
 }
 
+QString AppModelObject::language() const {
+    const auto language = model_.features().language();
+    return language ? qt(std::string(language->code())) : QString();
+}
+
+void AppModelObject::setLanguage(const QString& code) {
+    const auto before = language();
+    model_.features().setLanguage(Language::fromCode(code.toStdString()));
+    if (language() != before) {
+        emit languageChanged();
+    }
+}
+
 void AppModelObject::refresh() {
     model_.refresh();
 }

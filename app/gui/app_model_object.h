@@ -51,6 +51,10 @@ class AppModelObject : public QObject {
     // last connection failed (empty when it did not).
     Q_PROPERTY(QVariantList clients READ clients NOTIFY clientsChanged)
     Q_PROPERTY(QString clientError READ clientError NOTIFY clientsChanged)
+    // The chosen interface language's code ("nb", "en", "es", "fr"), empty
+    // when the system's is followed. Setting it saves it; an unknown code is
+    // none.
+    Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY languageChanged)
 
 public:
     explicit AppModelObject(AppModel& model, QObject* parent = nullptr);
@@ -75,6 +79,11 @@ public:
     QString latestVersion() const;
     QVariantList clients() const;
     QString clientError() const;
+    QString language() const;
+    void setLanguage(const QString& code);
+
+    // For the view models that compose the model's values into texts.
+    AppModel& model() const { return model_; }
 
     Q_INVOKABLE void refresh();
     // `key` as in the settings file ("activityLogging"); an unknown key is
@@ -105,6 +114,7 @@ signals:
     void todayChanged();
     void updateChanged();
     void clientsChanged();
+    void languageChanged();
 
 private:
     void announce(AppModel::Field field);

@@ -1,5 +1,6 @@
 // The entry point of libkvillo_gui.so: everything that needs Qt's GUI
 // libraries is reached from here.
+#include <QtQml/qqmlextensionplugin.h>
 #include <QApplication>
 
 #include <utility>
@@ -9,6 +10,9 @@
 #include "app/gui/desktop_front_end.h"
 #include "app/gui/prompt_window.h"
 #include "platform/linux/desktop_notifications.h"
+
+// The popup's QML, compiled in; only this module links it.
+Q_IMPORT_QML_PLUGIN(Kvillo_UiPlugin)
 
 namespace kvillo {
 namespace {

@@ -1,60 +1,98 @@
 #include "app/gui/menu_popup.h"
 
-#include <QEvent>
+#include <QFont>
+#include <QGuiApplication>
 #include <QKeyEvent>
-#include <QLabel>
-#include <QVBoxLayout>
-#include <QWidget>
+#include <QQmlEngine>
+#include <QQuickView>
+
+#include "app/gui/app_model_object.h"
+#include "app/gui/brand_font.h"
+#include "app/gui/desktop_color_scheme.h"
+#include "app/gui/icon_provider.h"
+#include "app/gui/menu_view_model.h"
+#include "app/gui/theme.h"
 
 namespace kvillo {
 
+// The window: Escape that no item took closes it, and so does losing the
+// focus to another window.
+class MenuPopup::View : public QQuickView {
+public:
+    explicit View(MenuPopup& popup) : popup_(popup) {
+        connect(this, &QWindow::activeChanged, this, [this] {
+            if (!isActive() && isVisible()) {
+                popup_.close();
+            }
+        });
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override {
+        QQuickView::keyPressEvent(event);
+        if (!event->isAccepted() && event->key() == Qt::Key_Escape) {
+            popup_.close();
+        }
+    }
+
+private:
+    MenuPopup& popup_;
+};
+
 MenuPopup::MenuPopup(AppModelObject& model, QObject* parent)
-    : QObject(parent), model_(model), window_(std::make_unique<QWidget>()) {
-    // A tool window rather than a Qt::Popup: a popup grabs the pointer, so
-    // the click on the tray icon that should close it would reopen it.
-    window_->setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    window_->setWindowTitle(QStringLiteral("Kvillo"));
-    window_->setFixedSize(320, 240);
-    auto* layout = new QVBoxLayout(window_.get());
-    layout->addWidget(new QLabel(QStringLiteral("Kvillo")));
-    window_->installEventFilter(this);
+    : QObject(parent),
+      theme_(std::make_unique<Theme>(BrandFont::isAvailable() ? QStringLiteral("Archivo")
+                                                              : QGuiApplication::font().family())),
+      scheme_(std::make_unique<DesktopColorScheme>(*theme_)),
+      menu_(std::make_unique<MenuViewModel>(model, *theme_)),
+      view_(std::make_unique<View>(*this)) {
+    connect(menu_.get(), &MenuViewModel::openWindowRequested, this, [this](const QString& page) {
+        close();
+        emit openWindowRequested(page);
+    });
+    connect(menu_.get(), &MenuViewModel::quitRequested, this, [this] {
+        close();
+        emit quitRequested();
+    });
+    view_->setTitle(QStringLiteral("Kvillo"));
+    view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    view_->setResizeMode(QQuickView::SizeViewToRootObject);
+    view_->engine()->addImageProvider(QStringLiteral("kvillo-icon"), new IconProvider);
+    view_->setInitialProperties({{"menu", QVariant::fromValue<QObject*>(menu_.get())},
+                                 {"theme", QVariant::fromValue<QObject*>(theme_.get())}});
+    view_->setSource(
+        QUrl(QStringLiteral("qrc:/qt-project.org/imports/Kvillo/Ui/menu/MenuView.qml")));
 }
 
-MenuPopup::~MenuPopup() = default;
+MenuPopup::~MenuPopup() {
+    // The view's items hold the view models: they go first.
+    view_.reset();
+}
 
 bool MenuPopup::isVisible() const {
-    return window_->isVisible();
+    return view_->isVisible();
 }
 
 void MenuPopup::showAt(std::optional<QPoint> topLeft) {
+    menu_->update();
     if (topLeft) {
-        window_->move(*topLeft);
+        view_->setPosition(*topLeft);
     }
-    window_->show();
-    window_->raise();
-    window_->activateWindow();
+    view_->show();
+    view_->raise();
+    view_->requestActivate();
 }
 
 void MenuPopup::close() {
-    window_->hide();
+    view_->hide();
 }
 
 QSize MenuPopup::sizeHint() const {
-    return window_->size();
+    return view_->size();
 }
 
-bool MenuPopup::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == window_.get()) {
-        if (event->type() == QEvent::KeyPress &&
-            static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
-            close();
-            return true;
-        }
-        if (event->type() == QEvent::WindowDeactivate) {
-            close();
-        }
-    }
-    return QObject::eventFilter(watched, event);
+QQuickWindow* MenuPopup::window() const {
+    return view_.get();
 }
 
 }  // namespace kvillo

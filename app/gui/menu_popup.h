@@ -8,18 +8,19 @@
 #include <memory>
 #include <optional>
 
-#include "app/gui/app_model_object.h"
-
-class QWidget;
+class QQuickWindow;
 
 namespace kvillo {
 
+class AppModelObject;
+class DesktopColorScheme;
+class MenuViewModel;
+class Theme;
+
 // The tray's popup: a frameless window over the model that closes when it
-// loses focus or on Escape. UI thread.
-//
-// This one is a stand-in with no content yet, so that the tray around it
-// can be built and tested; the menu's view replaces it behind the same
-// interface.
+// loses focus or on Escape. Its content is built once, at construction, so
+// that showing it is quick. UI thread; needs a QGuiApplication and the
+// brand font registered. `model` must outlive it.
 class MenuPopup : public QObject {
     Q_OBJECT
 public:
@@ -33,16 +34,21 @@ public:
     void close();
     QSize sizeHint() const;  // for placement, 320 px wide
 
+    // For tests and screenshots.
+    QQuickWindow* window() const;
+    Theme& theme() { return *theme_; }
+
 signals:
     void openWindowRequested(const QString& page);  // "overview" or "settings"
     void quitRequested();
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
-    AppModelObject& model_;
-    std::unique_ptr<QWidget> window_;
+    class View;
+
+    std::unique_ptr<Theme> theme_;
+    std::unique_ptr<DesktopColorScheme> scheme_;
+    std::unique_ptr<MenuViewModel> menu_;
+    std::unique_ptr<View> view_;
 };
 
 }  // namespace kvillo

@@ -126,6 +126,8 @@ public:
 
     Database& database() { return database_; }
     const Features& features() const { return features_; }
+    // For the settings the interface changes directly (the language).
+    Features& features() { return features_; }
     const Clock& clock() const { return services_.clock; }
 
     // Reads the snapshot again.
