@@ -102,6 +102,7 @@ Rectangle {
                     fill: hovered ? Qt.rgba(1, 1, 1, 0.12) : "transparent"
                     width: 34
                     height: 34
+                    iconSize: 20
                     tooltip: root.card.stopTooltip
                     onClicked: root.card.endTask()
                 }
@@ -113,6 +114,7 @@ Rectangle {
                     fill: root.c.pauseFill
                     width: 34
                     height: 34
+                    iconSize: 16
                     tooltip: root.card.pauseTooltip
                     onClicked: root.card.togglePause()
                 }
