@@ -19,6 +19,7 @@
 
 #include "app/gui/app_model_object.h"
 #include "app/gui/brand_font.h"
+#include "app/gui/icon_provider.h"
 #include "app/gui/theme.h"
 #include "tests/core/model/model_fixture.h"
 #include "tests/support/qt_events.h"
@@ -190,6 +191,16 @@ TEST_F(MenuPopupTest, EscapeAndTheFooterCloseIt) {
     show();
     click("row-quit");
     EXPECT_EQ(quits.size(), 1);
+}
+
+TEST_F(MenuPopupTest, IconsArePaintedInTheColourAsked) {
+    IconProvider icons;
+    QSize size;
+    const QImage stop = icons.requestImage("stop/bc72f7", &size, QSize(24, 24));
+    EXPECT_EQ(size, QSize(24, 24));
+    EXPECT_EQ(stop.pixelColor(12, 12), QColor(0xBC72F7));
+    EXPECT_EQ(stop.pixelColor(1, 1).alpha(), 0);
+    EXPECT_EQ(icons.requestImage("no such icon/000000", &size, {}).pixelColor(12, 12).alpha(), 0);
 }
 
 // Remakes the screenshots in docs/ when KVILLO_SCREENSHOTS is set:
