@@ -2,6 +2,8 @@
 // libraries is reached from here.
 #include <QtQml/qqmlextensionplugin.h>
 #include <QApplication>
+#include <QQuickWindow>
+#include <QSGRendererInterface>
 
 #include <utility>
 
@@ -33,6 +35,12 @@ private:
 class DesktopGuiModule final : public GuiModule {
 public:
     std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv) override {
+        // The popup is a few shapes and texts: Qt Quick's software renderer
+        // draws it without a GL context, so no GLX connection to the X
+        // server (whose loss Xlib answers with exit() on whatever thread
+        // used it, racing the orderly end of the open row), no render
+        // thread and far less memory.
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         auto application = std::make_unique<QApplication>(argc, argv);
         // The tray program keeps running with no window open.
         application->setQuitOnLastWindowClosed(false);
