@@ -494,9 +494,9 @@ void UpdateChecker::download(const ReleaseInfo& release) {
             lastError = downloadFailed(describe(language, std::get<TransferError>(outcome)));
             continue;
         }
-        // Only a 2xx is the package: a 204 or a redirect left unfollowed is
-        // not.
-        if (reply->status < 200 || reply->status >= 300) {
+        // Only a 200 carries the package: a 204, or a redirect left
+        // unfollowed, is no file to offer.
+        if (reply->status != 200) {
             fs::remove(part, error);
             lastError = downloadFailed(describeStatus(language, reply->status));
             continue;

@@ -75,5 +75,20 @@ TEST(UpdateSource, TheEnvironmentOverridesTheBuiltBaseUrls) {
     EXPECT_FALSE(UpdateSource::fromEnvironment(built, "").appVersion);
 }
 
+// A program started from another AppImage inherits its variables; only
+// an image whose mount holds this executable is ours.
+TEST(Installation, AnInheritedAppImageIsNotOurs) {
+    const auto folder =
+        std::filesystem::canonical("/proc/self/exe").parent_path().parent_path().string();
+    ScopedEnv image("APPIMAGE", "/opt/Other.AppImage");
+    {
+        ScopedEnv mount("APPDIR", "/tmp/.mount_Other");
+        EXPECT_EQ(Installation::appImageOfThisProcess(), nullptr);
+    }
+    ScopedEnv mount("APPDIR", folder);
+    ASSERT_NE(Installation::appImageOfThisProcess(), nullptr);
+    EXPECT_STREQ(Installation::appImageOfThisProcess(), "/opt/Other.AppImage");
+}
+
 }  // namespace
 }  // namespace kvillo

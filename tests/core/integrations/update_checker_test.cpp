@@ -243,6 +243,41 @@ TEST_F(UpdateCheckerTest, ADownloadShowsProgressOnlyWithALength) {
     EXPECT_EQ(harness.opened.size(), 3u);
 }
 
+// The server names the file only within the package's own kind, and only a
+// 2xx is a package at all.
+TEST_F(UpdateCheckerTest, WhatTheServerSaysOfTheFileIsCheckedBeforeItIsKept) {
+    const std::string folder = harness.source.downloadFolder;
+    struct Row {
+        const char* name;
+        HttpReply reply;
+        std::optional<std::string> kept;  // none: an error
+    };
+    const auto named = [](const char* name) {
+        return HttpHeaders{{"content-disposition", std::string("attachment; filename=") + name}};
+    };
+    const Row rows[] = {
+        {"a package name", ok("p", named("kvillo_1.5.deb")), "kvillo_1.5.deb"},
+        {"another kind", ok("p", named("run.desktop")), "kvillo.deb"},
+        {"a dot file", ok("p", named(".bashrc.deb")), "kvillo.deb"},
+        {"no content", HttpReply{204, {}, ""}, std::nullopt},
+        {"a redirect left", HttpReply{302, {}, "moved"}, std::nullopt},
+    };
+    auto release = *ReleaseInfo::decode(releaseJson("v1.5.0", {"kvillo.deb"}));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        http.answer(kAssets + std::string("kvillo.deb"), row.reply);
+        harness.checker().downloadAndInstall(release);
+        auto state = harness.settledState();
+        if (row.kept) {
+            EXPECT_EQ(state,
+                      UpdateState(updates::ReadyToInstall{folder + "/" + *row.kept, false, ""}));
+        } else {
+            EXPECT_TRUE(std::holds_alternative<updates::Error>(state))
+                << ::testing::PrintToString(state);
+        }
+    }
+}
+
 TEST_F(UpdateCheckerTest, ThePublishedChecksumDecides) {
     const std::string bytes = "a Debian package";
     Sha256 hash;
