@@ -22,7 +22,7 @@ public:
     explicit View(MenuPopup& popup) : popup_(popup) {
         connect(this, &QWindow::activeChanged, this, [this] {
             if (!isActive() && isVisible()) {
-                popup_.close();
+                popup_.closeOnFocusLoss();
             }
         });
     }
@@ -85,6 +85,18 @@ void MenuPopup::showAt(std::optional<QPoint> topLeft) {
 
 void MenuPopup::close() {
     view_->hide();
+}
+
+void MenuPopup::closeOnFocusLoss() {
+    focusLost_.start();
+    close();
+}
+
+bool MenuPopup::lostFocusJustNow() const {
+    // Long enough for the click's way from the panel to the icon, short
+    // enough that a deliberate second click opens it again.
+    constexpr qint64 kClickMilliseconds = 300;
+    return focusLost_.isValid() && focusLost_.elapsed() < kClickMilliseconds;
 }
 
 QSize MenuPopup::sizeHint() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QPoint>
 #include <QSize>
@@ -33,6 +34,10 @@ public:
     void showAt(std::optional<QPoint> topLeft);
     void close();
     QSize sizeHint() const;  // for placement, 320 px wide
+    // Whether it closed an instant ago because it lost the focus: a click
+    // on the tray icon does that before the icon hears the click, which
+    // must then not open it again.
+    bool lostFocusJustNow() const;
 
     // For tests and screenshots.
     QQuickWindow* window() const;
@@ -44,6 +49,9 @@ signals:
 
 private:
     class View;
+    void closeOnFocusLoss();
+
+    QElapsedTimer focusLost_;
 
     std::unique_ptr<Theme> theme_;
     std::unique_ptr<DesktopColorScheme> scheme_;

@@ -163,7 +163,7 @@ bool StatusBarController::eventFilter(QObject* watched, QEvent* event) {
 void StatusBarController::togglePopover() {
     if (popup_.isVisible()) {
         popup_.close();
-    } else {
+    } else if (!popup_.lostFocusJustNow()) {
         showPopup();
     }
 }

@@ -191,6 +191,19 @@ TEST_F(MenuPopupTest, EscapeAndTheFooterCloseIt) {
     show();
     click("row-quit");
     EXPECT_EQ(quits.size(), 1);
+
+    // Another window taking the focus closes it, and says so for an instant
+    // (the click on the tray icon that took it must not reopen it).
+    EXPECT_FALSE(popup().lostFocusJustNow());
+    show();
+    bool saidSo = false;
+    QObject::connect(&window(), &QWindow::visibleChanged,
+                     [&](bool visible) { saidSo = !visible && popup().lostFocusJustNow(); });
+    QWindow other;
+    other.show();
+    other.requestActivate();
+    ASSERT_TRUE(processEventsUntil([&] { return !popup().isVisible(); }, 5s));
+    EXPECT_TRUE(saidSo);
 }
 
 TEST_F(MenuPopupTest, IconsArePaintedInTheColourAsked) {
