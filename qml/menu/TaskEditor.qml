@@ -60,6 +60,11 @@ Rectangle {
             text: root.editor.task
             onTextEdited: root.editor.task = text
             onAccepted: root.save()
+            // Escape leaves the editor first; a second one closes the popup.
+            Keys.onEscapePressed: event => {
+                event.accepted = true
+                root.done()
+            }
             placeholderText: root.editor.placeholder
             placeholderTextColor: root.c.inkMuted
             color: root.c.ink

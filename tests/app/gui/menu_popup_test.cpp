@@ -173,6 +173,13 @@ TEST_F(MenuPopupTest, TypingATaskAndPressingReturnStartsIt) {
     EXPECT_EQ(open->text, "skrive rapport");
     EXPECT_FALSE(field->isVisible());
     EXPECT_TRUE(item("editButton")->isVisible());
+
+    // Escape leaves the editor, and only a second one the popup.
+    click("editButton");
+    ASSERT_TRUE(processEventsUntil([&] { return field->hasActiveFocus(); }, 5s));
+    QTest::keyClick(&window(), Qt::Key_Escape);
+    EXPECT_FALSE(field->isVisible());
+    EXPECT_TRUE(popup().isVisible());
 }
 
 TEST_F(MenuPopupTest, EscapeAndTheFooterCloseIt) {
