@@ -24,6 +24,8 @@
 #include "tests/core/model/model_fixture.h"
 #include "tests/support/qt_events.h"
 
+#include "tests/app/gui/offscreen_application.h"
+
 namespace kvillo {
 namespace {
 
@@ -48,15 +50,9 @@ void collectWarnings(QtMsgType type, const QMessageLogContext& context, const QS
 }
 
 void ensureApplication() {
-    if (QApplication::instance()) {
+    if (!testing::ensureOffscreenApplication()) {
         return;
     }
-    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    static int argc = 1;
-    static char name[] = "gui_tests";
-    static char* argv[] = {name, nullptr};
-    new QApplication(argc, argv);  // lives as long as the binary
-    QApplication::setQuitOnLastWindowClosed(false);
     BrandFont::registerFonts();
     // The QML module and the icons come with the GUI module, as in the
     // program; kept loaded for the rest of the binary.

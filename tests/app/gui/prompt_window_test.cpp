@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/app/gui/offscreen_application.h"
+
 namespace kvillo {
 namespace {
 
@@ -23,18 +25,6 @@ const Question kQuestion{"project-switch",
                          "Working on Beta?",
                          "Your windows have been Beta's for 5 minutes.",
                          {{"SWITCH", "Switch to Beta"}, {"KEEP", "Keep <Alpha> & co"}}};
-
-void ensureApplication() {
-    if (QApplication::instance()) {
-        return;
-    }
-    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    static int argc = 1;
-    static char name[] = "gui_tests";
-    static char* argv[] = {name, nullptr};
-    new QApplication(argc, argv);  // lives as long as the binary
-    QApplication::setQuitOnLastWindowClosed(false);
-}
 
 QDialog* shownWindow() {
     for (QWidget* widget : QApplication::topLevelWidgets()) {
@@ -70,7 +60,7 @@ QPushButton* button(QWidget* window, const QString& text) {
 }
 
 TEST(PromptWindow, ShowsTheQuestionAndAnswersOnceByButton) {
-    ensureApplication();
+    testing::ensureOffscreenApplication();
     PromptWindow prompt;
     Answers answers;
     prompt.setAnswerHandler([&](const std::string& request, const std::string& action) {
@@ -105,7 +95,7 @@ TEST(PromptWindow, ShowsTheQuestionAndAnswersOnceByButton) {
 }
 
 TEST(PromptWindow, ClosingDismisses) {
-    ensureApplication();
+    testing::ensureOffscreenApplication();
     PromptWindow prompt;
     Answers answers;
     prompt.setAnswerHandler([&](const std::string& request, const std::string& action) {
