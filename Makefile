@@ -29,7 +29,7 @@ bench: build
 	@cmake --build $(BUILD_DIR) --target kvillo_bench -j $(JOBS)
 	$(BUILD_DIR)/bench/kvillo_bench
 	bench/app/headless_memory.sh $(BUILD_DIR)/app/kvillo
-	bench/app/tray_memory.sh $(BUILD_DIR)/app/kvillo
+	bench/app/tray_bench.sh $(BUILD_DIR)/app/kvillo
 	bench/mcp/wrk_bench.sh $(BUILD_DIR)/app/kvillo
 
 # Each fuzzer runs for FUZZ_SECONDS from the seed corpus; a crash fails.
