@@ -17,7 +17,7 @@ packages=(
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml-workerscript
   libx11-dev libx11-xcb-dev libxcb1-dev libxcb-screensaver0-dev libxcb-dpms0-dev
-  xvfb openbox xdotool x11-utils python3-xlib
+  xvfb openbox xdotool x11-utils python3-xlib trayer
   dbus python3-dbusmock
   libgtest-dev libgmock-dev libbenchmark-dev
   xauth fontconfig

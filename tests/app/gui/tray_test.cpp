@@ -64,6 +64,27 @@ void closeWindow(const std::string& id) {
                 id});
 }
 
+// Whether a window of kvillo's is docked inside a trayer panel.
+bool dockedInTrayer() {
+    return runProcess({"/usr/bin/python3", "-c",
+                       "from Xlib import display\n"
+                       "d = display.Display()\n"
+                       "def classes(w):\n"
+                       "    try:\n"
+                       "        return w.get_wm_class() or ()\n"
+                       "    except Exception:\n"
+                       "        return ()\n"
+                       "def holds_kvillo(w):\n"
+                       "    return any('kvillo' in classes(c) or holds_kvillo(c)\n"
+                       "               for c in w.query_tree().children)\n"
+                       "def find(w):\n"
+                       "    if 'trayer' in classes(w) and holds_kvillo(w):\n"
+                       "        return True\n"
+                       "    return any(find(c) for c in w.query_tree().children)\n"
+                       "print('docked' if find(d.screen().root) else 'not docked')\n"})
+               .output == "docked\n";
+}
+
 class Tray : public ::testing::Test {
 protected:
     std::map<std::string, std::string> environment() {
@@ -181,6 +202,22 @@ TEST_F(Tray, WithoutATrayTheMainWindowShowsAndAnotherStartBringsItBack) {
     EXPECT_EQ(second.wait(10s), 0) << second.standardError();
     EXPECT_TRUE(eventually([&] { return visibleWindowWidths() == widths; }, 10s));
 
+    kvillo.signal(SIGTERM);
+    EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
+}
+
+// An XEmbed tray alone (no session bus at all): the icon docks there and no
+// window is shown instead.
+TEST_F(Tray, WithOnlyAnXEmbedTrayTheIconDocks) {
+    ASSERT_EQ(x_.error(), "");
+    ChildProcess trayer({"trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
+                         "--height", "24"});
+    auto noBus = environment();
+    noBus["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + home_.file("no-bus");
+    ChildProcess kvillo({KVILLO_BINARY, "--port", "0"}, noBus);
+    EXPECT_TRUE(eventually(dockedInTrayer, 20s)) << kvillo.standardError();
+    EXPECT_TRUE(visibleWindowWidths().empty());
+    EXPECT_EQ(kvillo.standardError().find("no system tray"), std::string::npos);
     kvillo.signal(SIGTERM);
     EXPECT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
 }
