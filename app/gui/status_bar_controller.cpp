@@ -42,9 +42,15 @@ void findOwnIcons() {
     }
 }
 
-// Panels follow the desktop's colour scheme: a dark window colour means a
-// dark panel, which needs the white form of the mark.
+// No program can see the panel's colour. GNOME's top bar is dark in light
+// and dark mode alike; elsewhere panels follow the desktop's colour scheme,
+// where a dark window colour means a dark panel. A dark panel needs the
+// white form of the mark.
 bool panelIsDark() {
+    const auto desktop = qEnvironmentVariable("XDG_CURRENT_DESKTOP");
+    if (desktop.split(QLatin1Char(':')).contains(QStringLiteral("GNOME"), Qt::CaseInsensitive)) {
+        return true;
+    }
     return QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
 }
 
