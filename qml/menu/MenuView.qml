@@ -11,6 +11,16 @@ Rectangle {
     property bool editing: false
     readonly property var c: theme.colors
 
+    // An editor left open fills in afresh when the popup shows again: the
+    // task may have changed meanwhile.
+    Connections {
+        target: root.Window.window
+        function onVisibleChanged() {
+            if (root.Window.window.visible && root.editing)
+                root.menu.editor.begin()
+        }
+    }
+
     width: 320
     implicitHeight: column.implicitHeight + 2 * 14
     height: implicitHeight

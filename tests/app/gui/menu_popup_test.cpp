@@ -170,6 +170,17 @@ TEST_F(MenuPopupTest, TypingATaskAndPressingReturnStartsIt) {
     EXPECT_FALSE(field->isVisible());
     EXPECT_TRUE(item("editButton")->isVisible());
 
+    // An editor left open when the popup closed fills in afresh: the task
+    // ended meanwhile.
+    click("editButton");
+    ASSERT_TRUE(processEventsUntil([&] { return field->hasActiveFocus(); }, 5s));
+    popup().close();
+    model().endTask();
+    show();
+    EXPECT_TRUE(field->isVisible());
+    EXPECT_EQ(field->property("text").toString(), "");
+    QTest::keyClick(&window(), Qt::Key_Escape);
+
     // Escape leaves the editor, and only a second one the popup.
     click("editButton");
     ASSERT_TRUE(processEventsUntil([&] { return field->hasActiveFocus(); }, 5s));
