@@ -9,7 +9,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
-#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -20,6 +19,7 @@
 #include "tests/support/fake_clock.h"
 #include "tests/support/fake_desktop.h"
 #include "tests/support/fake_notification_center.h"
+#include "tests/support/temp_folder.h"
 
 namespace kvillo {
 namespace {
@@ -33,38 +33,6 @@ constexpr bench::LogShape kHeavyDays{.days = 5,
                                      .keywordsPerProject = 5,
                                      .meanActivitySeconds = 14,
                                      .annotationEvery = 90};
-
-// Sets TZ for the scene's lifetime and puts the previous zone back after,
-// so benchmarks that run later see the zone they started with.
-class ZoneForRun {
-public:
-    explicit ZoneForRun(const char* zone) {
-        if (const char* old = std::getenv("TZ")) {
-            previous_ = old;
-        }
-        use(zone);
-    }
-    ~ZoneForRun() {
-        if (previous_) {
-            use(previous_->c_str());
-        } else {
-            ::unsetenv("TZ");
-            ::tzset();
-            calendar::reloadTimeZoneFromEnvironment();
-        }
-    }
-    ZoneForRun(const ZoneForRun&) = delete;
-    ZoneForRun& operator=(const ZoneForRun&) = delete;
-
-private:
-    static void use(const char* zone) {
-        ::setenv("TZ", zone, 1);
-        ::tzset();
-        calendar::reloadTimeZoneFromEnvironment();
-    }
-
-    std::optional<std::string> previous_;
-};
 
 // The running task names no project, so the model also matches the last
 // hour's windows to find the current one: the longer of its two paths.
@@ -119,7 +87,7 @@ private:
         return start_;
     }
 
-    ZoneForRun zone_;
+    testing::ScopedTimeZone zone_;
     bench::ScratchFolder folder_;
     std::string path_;
     Database monitorDb_;

@@ -5,6 +5,7 @@
 
 #include "core/analysis/fmt.h"
 #include "core/analysis/project_matcher.h"
+#include "core/analysis/project_search.h"
 #include "core/localisation/l10n.h"
 #include "core/text/text_folding.h"
 #include "core/text/trim.h"
@@ -25,10 +26,6 @@ auto readOr(Read&& read, decltype(read()) fallback) -> decltype(read()) {
     } catch (const DatabaseError&) {
         return fallback;
     }
-}
-
-bool containsFolded(const std::string& foldedText, const std::string& term) {
-    return !term.empty() && foldedText.find(foldForMatching(term)) != std::string::npos;
 }
 
 }  // namespace
@@ -182,16 +179,8 @@ std::optional<std::string> AppModel::projectForNow() {
     std::optional<std::string> label =
         currentAnnotation_ ? std::optional(currentAnnotation_->text) : pausedTask_;
     if (label) {
-        const std::string folded = foldForMatching(*label);
-        for (const auto& project : projects_) {
-            if (containsFolded(folded, project.name)) {
-                return project.name;
-            }
-            for (const auto& keyword : project.keywords) {
-                if (containsFolded(folded, keyword)) {
-                    return project.name;
-                }
-            }
+        if (auto found = ProjectSearch(projects_).find(*label)) {
+            return projects_[*found].name;
         }
     }
     // What the windows of the last hour say.
