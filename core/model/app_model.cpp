@@ -85,12 +85,12 @@ Subscription AppModel::onChange(std::function<void(Field)> observer) {
 void AppModel::tick() {
     ticker_.set(services_.clock.now());
     ++ticks_;
-    if (!pendingWrites_.empty() && ticks_ % kTicksPerRetry == 0) {
-        retryWrites();
-    }
+    const bool wrote = !pendingWrites_.empty() && ticks_ % kTicksPerRetry == 0 && retryWrites();
     if (ticks_ % kTicksPerRefresh == 0) {
         refresh();
         switchWatcher_.check();
+    } else if (wrote) {
+        refresh();
     }
 }
 
@@ -409,18 +409,18 @@ void AppModel::write(Write change) {
     pendingWrites_.push_back(std::move(change));
 }
 
-void AppModel::retryWrites() {
+bool AppModel::retryWrites() {
     while (!pendingWrites_.empty()) {
         try {
             pendingWrites_.front()(database_);
         } catch (const DatabaseError& error) {
             if (error.kind() == DatabaseError::Kind::busy) {
-                return;
+                return false;
             }
         }
         pendingWrites_.pop_front();
     }
-    refresh();
+    return true;
 }
 
 }  // namespace kvillo

@@ -195,7 +195,8 @@ private:
 
     void tick();
     void write(Write change);
-    void retryWrites();
+    // True once every waiting change went through (or was dropped).
+    bool retryWrites();
     // `today`: the notes overlapping the day that begins at `dayStart`.
     void loadTaskTime(TimePoint dayStart, const std::vector<Annotation>& today);
     // The report over [from, to) on records already read.
