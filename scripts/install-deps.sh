@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, running and testing Kvillo need
-# (with the argument "fuzz" or "bench", also what the fuzzers or the load
-# test need). Safe to run again:
+# (with the argument "fuzz", "bench" or "desktops", also what the fuzzers,
+# the load test or the KWin and GNOME Shell tests need). Safe to run again:
 # it only asks apt for what is missing. Works as root or through sudo, and
 # never prompts.
 set -euo pipefail
@@ -17,8 +17,10 @@ packages=(
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml-workerscript
   libx11-dev libx11-xcb-dev libxcb1-dev libxcb-screensaver0-dev libxcb-dpms0-dev
+  libwayland-dev wayland-protocols plasma-wayland-protocols
   xvfb openbox xdotool x11-utils python3-xlib trayer
   dbus python3-dbusmock
+  sway swaylock wtype xwayland python3-gi gir1.2-gtk-3.0
   libgtest-dev libgmock-dev libbenchmark-dev
   xauth fontconfig
   clang-format
@@ -26,6 +28,7 @@ packages=(
 case "${1:-}" in
   fuzz) packages+=(clang libclang-rt-14-dev) ;;
   bench) packages+=(wrk curl) ;;
+  desktops) packages+=(kwin-wayland gnome-shell) ;;
 esac
 
 missing=()

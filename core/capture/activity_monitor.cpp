@@ -101,6 +101,8 @@ void ActivityMonitor::start() {
                 endOpenActivity(clock_.now());
             },
     });
+    // Desktops that time the absence themselves start counting now.
+    desktop_.setIdleThreshold(static_cast<Duration>(features_.idleMinutes()) * 60);
     timer_.start(kTickInterval, [this] { tick(); });
     if (auto application = front()) {
         handleActivation(application);
@@ -261,8 +263,9 @@ void ActivityMonitor::checkIdle() {
     if (!features_.isEnabled(Features::Key::idleDetection)) {
         return;
     }
-    Duration idle = desktop_.secondsSinceLastInput();
     Duration threshold = static_cast<Duration>(features_.idleMinutes()) * 60;
+    desktop_.setIdleThreshold(threshold);
+    Duration idle = desktop_.secondsSinceLastInput();
     if (!isIdle_) {
         if (idle >= threshold) {
             enterIdle(clock_.now() - idle);

@@ -41,6 +41,9 @@ struct DesktopEvents {
 struct DesktopSight {
     bool frontApplication = true;  // which application is in front (and its title)
     bool idleTime = true;          // how long since the last input
+    // What it lacks comes with the user's next login (a desktop that loads
+    // a helper of ours only when a session starts).
+    bool completeAfterLogin = false;
     bool operator==(const DesktopSight&) const = default;
 };
 
@@ -54,6 +57,10 @@ public:
     // The focused window's title; none when unreadable or empty.
     virtual std::optional<std::string> windowTitle(const FrontApplication& application) = 0;
     virtual Duration secondsSinceLastInput() = 0;
+    // How long without input counts as away. Desktops that only say "idle
+    // for this long" and "back" need it before secondsSinceLastInput() can
+    // answer; it may change at any time and is set again at every check.
+    virtual void setIdleThreshold(Duration threshold) = 0;
     // Asked at every tick too, for displays whose sleep sends no event.
     virtual bool isDisplayAsleep() = 0;
     // Fixed once the adapter is made.

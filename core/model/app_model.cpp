@@ -208,6 +208,10 @@ std::string AppModel::noticeNow() const {
     // Blindness matters only while there is logging to do.
     if (features_.isEnabled(Features::Key::activityLogging)) {
         const auto sight = monitor_.sight();
+        if (!sight.frontApplication && sight.completeAfterLogin) {
+            return L10n::string(
+                language, "Kvillo ser hvilket program du bruker fra neste gang du logger inn.");
+        }
         if (!sight.frontApplication) {
             return L10n::string(
                 language,

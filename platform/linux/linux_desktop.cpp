@@ -71,6 +71,8 @@ Duration LinuxDesktop::secondsSinceLastInput() {
     return x11_ ? x11_->secondsSinceLastInput() : 0;
 }
 
+void LinuxDesktop::setIdleThreshold(Duration) {}
+
 bool LinuxDesktop::isDisplayAsleep() {
     return x11_ && x11_->isDisplayAsleep();
 }

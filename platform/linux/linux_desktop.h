@@ -26,6 +26,7 @@ public:
     std::optional<FrontApplication> frontApplication() override;
     std::optional<std::string> windowTitle(const FrontApplication& application) override;
     Duration secondsSinceLastInput() override;
+    void setIdleThreshold(Duration threshold) override;
     bool isDisplayAsleep() override;
     DesktopSight sight() const override;
     void subscribe(DesktopEvents events) override;

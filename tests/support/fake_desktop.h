@@ -16,6 +16,7 @@ public:
     std::optional<FrontApplication> front;
     std::map<int, std::optional<std::string>> titles;  // by process id
     Duration idleSeconds = 0;
+    std::optional<Duration> idleThreshold;
     bool displayAsleep = false;
     bool subscribed = false;
     DesktopSight seen;
@@ -26,6 +27,7 @@ public:
         return found == titles.end() ? std::nullopt : found->second;
     }
     Duration secondsSinceLastInput() override { return idleSeconds; }
+    void setIdleThreshold(Duration threshold) override { idleThreshold = threshold; }
     bool isDisplayAsleep() override { return displayAsleep; }
     DesktopSight sight() const override { return seen; }
     void subscribe(DesktopEvents events) override {

@@ -101,6 +101,7 @@ TEST_F(Monitor, LockingEndsTheRowAndUnlockingStartsAnother) {
 TEST_F(Monitor, IdlenessEndsTheRowAtTheLastInputAndInputStartsANewOne) {
     desktop_.front = kEditor;
     monitor_.start();
+    EXPECT_EQ(desktop_.idleThreshold, 5 * kMinute);  // told before the first tick
     timer_.run(5 * kMinute);
     desktop_.idleSeconds = 5 * kMinute + 2;  // the last input was just over 5 minutes ago
     timer_.run(5);
@@ -112,6 +113,11 @@ TEST_F(Monitor, IdlenessEndsTheRowAtTheLastInputAndInputStartsANewOne) {
     timer_.run(5);
     ASSERT_EQ(rows().size(), 2u);
     EXPECT_EQ(rows()[1].startTime, clock_.now());
+
+    // A changed threshold reaches the desktop at the next check.
+    features_.setIdleMinutes(9);
+    timer_.run(5);
+    EXPECT_EQ(desktop_.idleThreshold, 9 * kMinute);
 
     // With idle detection off nothing ends the row.
     features_.set(Features::Key::idleDetection, false);

@@ -323,6 +323,10 @@ TEST_F(Model, TheNoticeSaysWhatKeepsKvilloFromRecording) {
     model().refresh();
     EXPECT_EQ(model().notice(),
               text("Kvillo ser ikke hvilket program du bruker her, så ingenting blir logget."));
+    desktop_.seen.completeAfterLogin = true;
+    model().refresh();
+    EXPECT_EQ(model().notice(),
+              text("Kvillo ser hvilket program du bruker fra neste gang du logger inn."));
     model().set(Key::activityLogging, false);
     EXPECT_EQ(model().notice(), "");
 }
