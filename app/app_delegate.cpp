@@ -48,7 +48,7 @@ std::optional<std::string> AppDelegate::launch() {
 
     features_ = std::make_unique<Features>(paths_.settingsFile, fullUserName);
 
-    desktop_ = std::make_unique<LinuxDesktop>();
+    desktop_ = std::make_unique<LinuxDesktop>(clock_);
     // The monitor has ended the row by the time this comes; queued, so the
     // quit runs after the desktop's own handling.
     QObject::connect(desktop_.get(), &LinuxDesktop::sessionEnded, QCoreApplication::instance(),

@@ -6,21 +6,29 @@
 #include <memory>
 
 #include "core/capture/desktop.h"
+#include "core/time/clock.h"
 #include "core/time/repeating_timer.h"
 #include "platform/linux/session_watcher.h"
+#include "platform/linux/wayland/wayland_session.h"
 #include "platform/linux/x11_session.h"
 
 namespace kvillo {
 
-// The desktop services for a Linux session: windows, idle time and display
-// sleep from X11, sleep, shutdown, locking and the session's end from the
-// session and system buses. Without an X display there is no front
-// application and nothing is recorded (it says so on stderr once).
-// Main thread only.
+// The desktop services for a Linux session. On X11: windows, idle time and
+// display sleep from the X server. On Wayland: the same from the sources
+// the compositor and its desktop shell offer (see WaylandSession), while
+// X11 programs in front are still named through XWayland, where X11 knows
+// them better (instance, GTK id, process). Everywhere: sleep, shutdown,
+// locking and the session's end from the session and system buses.
+//
+// What cannot be seen is said once on stderr and through sight(). On
+// Wayland, losing XWayland costs only the X11 windows; losing the
+// compositor, like losing the X server of an X11 session, ends the session.
+// Main thread only; the clock must outlive it.
 class LinuxDesktop : public QObject, public Desktop {
     Q_OBJECT
 public:
-    LinuxDesktop();
+    explicit LinuxDesktop(const Clock& clock);
     ~LinuxDesktop() override;
 
     std::optional<FrontApplication> frontApplication() override;
@@ -33,16 +41,21 @@ public:
     void unsubscribe() override;
 
 signals:
-    // The session is over (logout, the X server gone): nothing more will be
-    // seen, and the program should quit. Comes once, after the monitor's
-    // `ended` event.
+    // The session is over (logout, the display server gone): nothing more
+    // will be seen, and the program should quit. Comes once, after the
+    // monitor's `ended` event.
     void sessionEnded();
 
 private:
+    void connectX11();
+    void tellWhatCannotBeSeen() const;
+    void frontChanged();
+    bool x11InFront();
     void send(const std::function<void()>& event);
     void endSession();
 
-    std::unique_ptr<X11Session> x11_;  // null without a display
+    std::unique_ptr<WaylandSession> wayland_;  // null outside a Wayland session
+    std::unique_ptr<X11Session> x11_;          // null without an X display
     SessionWatcher session_;
     DesktopEvents events_;
     bool ended_ = false;

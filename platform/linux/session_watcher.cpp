@@ -1,11 +1,13 @@
 #include "platform/linux/session_watcher.h"
 
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusReply>
 #include <QDBusUnixFileDescriptor>
+#include <QDBusVariant>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -18,6 +20,34 @@ const QString kLoginPath = QStringLiteral("/org/freedesktop/login1");
 const QString kManager = QStringLiteral("org.freedesktop.login1.Manager");
 const QString kSession = QStringLiteral("org.freedesktop.login1.Session");
 const QString kProperties = QStringLiteral("org.freedesktop.DBus.Properties");
+
+// The session logind calls the user's display, for a process that belongs
+// to no session (some desktops start their autostart programs in a user
+// scope of their own). Empty when there is none.
+QString userDisplaySession(const QDBusConnection& system) {
+    QDBusInterface manager(kLogin, kLoginPath, kManager, system);
+    QDBusReply<QDBusObjectPath> user =
+        manager.call(QStringLiteral("GetUser"), static_cast<uint>(::getuid()));
+    if (!user.isValid()) {
+        return {};
+    }
+    QDBusMessage get = QDBusMessage::createMethodCall(kLogin, user.value().path(), kProperties,
+                                                      QStringLiteral("Get"));
+    get << QStringLiteral("org.freedesktop.login1.User") << QStringLiteral("Display");
+    QDBusMessage reply = system.call(get);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
+        return {};
+    }
+    // (so): the session's id and its object path; "/" when there is none.
+    const auto display =
+        reply.arguments().first().value<QDBusVariant>().variant().value<QDBusArgument>();
+    QString id;
+    QDBusObjectPath path;
+    display.beginStructure();
+    display >> id >> path;
+    display.endStructure();
+    return path.path() == QStringLiteral("/") ? QString() : path.path();
+}
 
 }  // namespace
 
@@ -41,8 +71,8 @@ SessionWatcher::SessionWatcher(QObject* parent) : QObject(parent) {
             sessionID.isEmpty()
                 ? manager.call(QStringLiteral("GetSessionByPID"), static_cast<uint>(::getpid()))
                 : manager.call(QStringLiteral("GetSession"), QString::fromUtf8(sessionID));
-        if (session.isValid()) {
-            sessionPath_ = session.value().path();
+        sessionPath_ = session.isValid() ? session.value().path() : userDisplaySession(system);
+        if (!sessionPath_.isEmpty()) {
             system.connect(kLogin, sessionPath_, kProperties, QStringLiteral("PropertiesChanged"),
                            this, SLOT(sessionPropertiesChanged(QString, QVariantMap, QStringList)));
         }

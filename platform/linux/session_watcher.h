@@ -15,7 +15,9 @@ namespace kvillo {
 // PrepareForShutdown, its SessionRemoved for this session, the session's
 // LockedHint, and the screensavers' ActiveChanged (the screen counts as
 // locked while either says so). Without a bus, or without logind, the
-// signals simply never come. Main thread only.
+// signals simply never come. A process outside any logind session (an
+// autostarted program in a user scope) follows the user's display session.
+// Main thread only.
 //
 // While it lives it holds a logind "delay" inhibitor for sleep and shutdown,
 // so that logind waits (up to its InhibitDelayMaxSec) until willSleep() has

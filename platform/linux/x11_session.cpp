@@ -10,7 +10,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <memory>
 #include <vector>
 
@@ -70,11 +69,6 @@ void X11Session::FreeReply::operator()(void* reply) const {
 }
 
 X11Session::X11Session() : applications_(localeEnvironment::messagesLocale().value_or("C")) {
-    if (const char* type = std::getenv("XDG_SESSION_TYPE");
-        type && std::string(type) == "wayland") {
-        std::cerr << "kvillo: this is a Wayland session; only windows of X11 programs "
-                     "(XWayland) can be seen and recorded\n";
-    }
     // Plain xcb: a lost server shows as a connection error, never as an
     // exit from inside a library.
     int screenNumber = 0;

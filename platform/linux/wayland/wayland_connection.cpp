@@ -7,12 +7,33 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
 
 namespace kvillo {
 
+namespace {
+
+void logToStderr(const char* format, va_list arguments) {
+    char message[512];
+    std::vsnprintf(message, sizeof message, format, arguments);
+    std::string text(message);
+    while (!text.empty() && text.back() == '\n') {
+        text.pop_back();
+    }
+    std::cerr << "kvillo: wayland: " << text << "\n";
+}
+
+}  // namespace
+
 WaylandConnection::WaylandConnection() {
+    wl_log_set_handler_client(&logToStderr);
+    errno = 0;
     display_ = wl_display_connect(nullptr);
     if (!display_) {
+        connectError_ = errno ? std::strerror(errno) : "no compositor";
         return;
     }
     registry_ = wl_display_get_registry(display_);
@@ -107,6 +128,13 @@ const std::vector<wl_output*>& WaylandConnection::outputs() {
         }
     }
     return outputs_;
+}
+
+void WaylandConnection::flush() {
+    // A full socket (EAGAIN) keeps the rest queued for the next flush.
+    if (isConnected() && wl_display_flush(display_) < 0 && errno != EAGAIN) {
+        lose();
+    }
 }
 
 bool WaylandConnection::roundtrip() {

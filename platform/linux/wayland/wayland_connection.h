@@ -25,6 +25,8 @@ namespace kvillo {
 // output) are not followed, except that every output is bound as it comes
 // so display power can follow it.
 //
+// libwayland's own complaints go to stderr marked as Kvillo's.
+//
 // Failure: a lost compositor is reported once through lost(); the
 // connection then reads nothing more. Nothing here aborts the process.
 // Main thread only.
@@ -42,6 +44,8 @@ public:
     ~WaylandConnection() override;
 
     bool isConnected() const { return display_ != nullptr && !lost_; }
+    // Why connecting failed; empty when it did not.
+    const std::string& connectError() const { return connectError_; }
     wl_display* display() const { return display_; }
     const std::vector<Global>& globals() const { return globals_; }
     bool offers(std::string_view interface) const;
@@ -54,6 +58,10 @@ public:
     wl_seat* seat();
     // Every output, bound once and owned here.
     const std::vector<wl_output*>& outputs();
+
+    // Sends what is queued now rather than when the event loop next waits;
+    // for requests whose answer matters soon.
+    void flush();
 
     // Sends what is queued and waits until the compositor has answered it,
     // dispatching the events that came meanwhile. False when the
@@ -79,6 +87,7 @@ private:
     std::vector<wl_output*> outputs_;
     bool outputsBound_ = false;
     bool lost_ = false;
+    std::string connectError_;
     QMetaObject::Connection flushBeforeSleep_;
 };
 

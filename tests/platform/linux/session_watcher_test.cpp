@@ -110,6 +110,37 @@ TEST(Logind, SleepAndTheLockedHintEndTheOpenRow) {
     monitor.stop();
 }
 
+// Autostarted under some desktops, the program is in no session of its own
+// (the mock knows no process): it follows the user's display session.
+TEST(Logind, WithoutASessionOfItsOwnItFollowsTheUsersDisplaySession) {
+    testing::SessionBus bus;
+    ASSERT_EQ(startLogind(bus), "");
+    ASSERT_EQ(bus.call(kLogind, kLogindPath, "org.freedesktop.DBus.Mock.AddSession",
+                       "'c1', 'seat0', 0, 'kari', True")
+                  .status,
+              0);
+    ASSERT_EQ(
+        bus.call(kLogind, "/org/freedesktop/login1/user/0", "org.freedesktop.DBus.Properties.Set",
+                 "'org.freedesktop.login1.User', 'Display', "
+                 "dbus.Struct(('c1', dbus.ObjectPath('" +
+                     std::string(kSession) + "')), signature='so', variant_level=1)")
+            .status,
+        0);
+    // The template's GetUser adds a number to a text and fails.
+    ASSERT_EQ(bus.call(kLogind, kLogindPath, "org.freedesktop.DBus.Mock.AddMethod",
+                       "'org.freedesktop.login1.Manager', 'GetUser', 'u', 'o', "
+                       "'ret = \"/org/freedesktop/login1/user/%d\" % args[0]'")
+                  .status,
+              0);
+    testing::ScopedEnv noSession("XDG_SESSION_ID", "");
+    testing::ensureCoreApplication();
+    SessionWatcher watcher;
+    bool locked = false;
+    QObject::connect(&watcher, &SessionWatcher::locked, [&] { locked = true; });
+    bus.call(kLogind, kSession, "org.freedesktop.login1.Session.SetLockedHint", "True");
+    EXPECT_TRUE(testing::processEventsUntil([&] { return locked; }, 5s));
+}
+
 // The delay inhibitor is held whenever the machine runs, still held while
 // willSleep() is handled, released right after, and taken once again on
 // waking; sleep and shutdown alike. Only our own session's removal ends it.

@@ -1,0 +1,43 @@
+#include "platform/linux/wayland/settled_focus.h"
+
+namespace kvillo {
+namespace {
+
+// The same window as far as the log goes; its title may differ.
+bool sameWindow(const std::optional<FocusedWindow>& a, const std::optional<FocusedWindow>& b) {
+    if (!a || !b) {
+        return !a && !b;
+    }
+    return a->appID == b->appID && a->wmClass == b->wmClass && a->processID == b->processID;
+}
+
+}  // namespace
+
+SettledFocus::SettledFocus(FocusSource& source, std::chrono::milliseconds settleTime)
+    : source_(source), window_(source.focused()) {
+    settle_.setSingleShot(true);
+    settle_.setInterval(settleTime);
+    connect(&settle_, &QTimer::timeout, this, &SettledFocus::settle);
+    connect(&source_, &FocusSource::changed, this, &SettledFocus::sourceChanged);
+}
+
+void SettledFocus::sourceChanged() {
+    auto now = source_.focused();
+    if (sameWindow(now, window_)) {
+        settle_.stop();  // it passed through something else and came back
+        window_ = std::move(now);
+        return;
+    }
+    settle_.start();
+}
+
+void SettledFocus::settle() {
+    auto now = source_.focused();
+    bool changed = !sameWindow(now, window_);
+    window_ = std::move(now);
+    if (changed) {
+        emit windowChanged();
+    }
+}
+
+}  // namespace kvillo
