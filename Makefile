@@ -36,6 +36,7 @@ bench: build
 	$(BUILD_DIR)/bench/kvillo_bench
 	bench/app/headless_memory.sh $(BUILD_DIR)/app/kvillo
 	bench/app/tray_bench.sh $(BUILD_DIR)/app/kvillo
+	bench/app/wayland_bench.sh $(BUILD_DIR)/app/kvillo
 	bench/mcp/wrk_bench.sh $(BUILD_DIR)/app/kvillo
 
 # Each fuzzer runs for FUZZ_SECONDS from the seed corpus; a crash fails.
