@@ -63,16 +63,18 @@ ProcessResult runProcess(const std::vector<std::string>& command,
 // may not do.
 std::optional<std::string> runAsAnotherUser(const std::function<std::string()>& body);
 
-// Polls `condition` every 20 ms until it holds or `timeout` passes.
+// Polls `condition` every `step` until it holds or `timeout` passes.
 template <typename Condition>
-bool eventually(Condition condition, std::chrono::milliseconds timeout) {
+bool eventually(Condition condition, std::chrono::milliseconds timeout,
+                std::chrono::milliseconds step = std::chrono::milliseconds(20)) {
     auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;
         }
         struct timespec pause {
-            0, 20'000'000
+            static_cast<time_t>(step.count() / 1000),
+                static_cast<long>(step.count() % 1000) * 1'000'000
         };
         ::nanosleep(&pause, nullptr);
     }

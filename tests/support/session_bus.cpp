@@ -15,31 +15,44 @@ constexpr const char* kPython = "/usr/bin/python3";
 
 }  // namespace
 
-SessionBus::SessionBus() {
+SessionBus::SessionBus(Serves serves, Users users) : serves_(serves) {
+    std::string configuration = users == Users::any ? "--config-file=" KVILLO_TEST_SUPPORT_DIR
+                                                      "/any_user_bus.conf"
+                                                    : "--session";
     daemon_ = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--print-address=1"});
+        std::vector<std::string>{"dbus-daemon", configuration, "--nofork", "--print-address=1"});
     if (!eventually([&] { return daemon_->standardOutput().find('\n') != std::string::npos; },
                     kStartTimeout)) {
         error_ = "dbus-daemon did not start: " + daemon_->standardError();
         return;
     }
     address_ = daemon_->standardOutput().substr(0, daemon_->standardOutput().find('\n'));
-    ::setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
-    ::setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+    if (serves_ != Serves::session) {
+        ::setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
+    }
+    if (serves_ != Serves::system) {
+        ::setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+    }
 }
 
 SessionBus::~SessionBus() {
     mocks_.clear();
     daemon_.reset();
-    ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
-    ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    if (serves_ != Serves::session) {
+        ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    }
+    if (serves_ != Serves::system) {
+        ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    }
 }
 
 std::string SessionBus::startMock(const std::string& service,
                                   const std::vector<std::string>& arguments) {
     std::vector<std::string> command{kPython, "-m", "dbusmock"};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    auto& mock = mocks_.emplace_back(std::make_unique<ChildProcess>(command));
+    auto& mock = mocks_.emplace_back(std::make_unique<ChildProcess>(
+        command, std::map<std::string, std::string>{{"DBUS_SESSION_BUS_ADDRESS", address_},
+                                                    {"DBUS_SYSTEM_BUS_ADDRESS", address_}}));
     bool up = eventually(
         [&] { return call(service, "/", "org.freedesktop.DBus.Peer.Ping", "").status == 0; },
         kStartTimeout);

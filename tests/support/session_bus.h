@@ -8,8 +8,8 @@
 
 namespace kvillo::testing {
 
-// A private D-Bus daemon standing in for both the session and the system
-// bus (the bus variables point at it for the life of the object), with
+// A private D-Bus daemon standing in for the session bus, the system bus or
+// both (the bus variables point at it for the life of the object), with
 // python3-dbusmock services started on it. Tests that need it carry the
 // CTest label "dbus". Qt connects to each bus once per process and never
 // again, so only the first bus of a process reaches Qt code: CTest runs
@@ -17,7 +17,15 @@ namespace kvillo::testing {
 // cases does not work.
 class SessionBus {
 public:
-    SessionBus();
+    // Which of the bus variables point at the daemon.
+    enum class Serves { sessionAndSystem, session, system };
+    // Who may connect: this process's user, or any user (for a program the
+    // test runs as another user, say because it refuses to run as root).
+    // A bus open to any user has no activatable services, so everything on
+    // it was started by the test.
+    enum class Users { thisOne, any };
+
+    explicit SessionBus(Serves serves = Serves::sessionAndSystem, Users users = Users::thisOne);
     ~SessionBus();
     SessionBus(const SessionBus&) = delete;
     SessionBus& operator=(const SessionBus&) = delete;
@@ -27,7 +35,8 @@ public:
     const std::string& address() const { return address_; }
 
     // Starts `python3 -m dbusmock` with these arguments ("--system",
-    // "--template", "logind", say); it runs as long as the bus. Gives its
+    // "--template", "logind", say) on this bus, whichever of the two the
+    // arguments name; it runs as long as the bus. Gives its
     // standard error when it does not come up on the bus as `service`.
     std::string startMock(const std::string& service, const std::vector<std::string>& arguments);
 
@@ -42,6 +51,7 @@ private:
     std::vector<std::unique_ptr<ChildProcess>> mocks_;
     std::string address_;
     std::string error_;
+    Serves serves_;
 };
 
 }  // namespace kvillo::testing
