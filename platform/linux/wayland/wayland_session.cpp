@@ -4,6 +4,7 @@
 #include <QDBusConnectionInterface>
 
 #include "core/environment/locale_environment.h"
+#include "platform/linux/wayland/kwin_script_focus.h"
 #include "platform/linux/wayland/output_power.h"
 #include "platform/linux/wayland/settled_focus.h"
 #include "platform/linux/wayland/threshold_idle.h"
@@ -85,8 +86,9 @@ std::unique_ptr<FocusSource> WaylandSession::makeFocus(FocusKind kind) {
     switch (kind) {
         case FocusKind::wlrToplevels:
             return std::make_unique<WlrToplevelFocus>(*connection_);
-        case FocusKind::gnomeExtension:
         case FocusKind::kwinScript:
+            return std::make_unique<KWinScriptFocus>(QDBusConnection::sessionBus());
+        case FocusKind::gnomeExtension:
             return nullptr;
     }
     return nullptr;
