@@ -4,7 +4,11 @@
 #include <QDBusConnectionInterface>
 
 #include "core/environment/locale_environment.h"
+#include "platform/linux/wayland/gnome_extension_focus.h"
+#include "platform/linux/wayland/gnome_extension_setup.h"
 #include "platform/linux/wayland/kwin_script_focus.h"
+#include "platform/linux/wayland/mutter_idle.h"
+#include "platform/linux/wayland/mutter_power_save.h"
 #include "platform/linux/wayland/output_power.h"
 #include "platform/linux/wayland/settled_focus.h"
 #include "platform/linux/wayland/threshold_idle.h"
@@ -44,8 +48,22 @@ WaylandSession::WaylandSession(const Clock& clock)
     }
     const SourcePlan plan = planSources(offer);
 
+    // Every start on GNOME: it also remembers an extension the user had
+    // switched on before Kvillo first looked.
+    std::optional<GnomeExtensionStatus> extension;
+    if (offer.gnomeShell) {
+        extension = setUpGnomeExtension(QDBusConnection::sessionBus());
+        completeAfterLogin_ = completesAfterLogin(*extension);
+    }
     for (FocusKind kind : plan.focus) {
-        if (auto source = makeFocus(kind); source && source->isReady()) {
+        auto source = makeFocus(kind);
+        // An extension that runs but was not reachable just now (the
+        // screen is locked, or the Shell is enabling it) reports as soon as
+        // it can.
+        bool comesSoon =
+            kind == FocusKind::gnomeExtension && (extension == GnomeExtensionStatus::running ||
+                                                  extension == GnomeExtensionStatus::enabledNow);
+        if (source && (source->isReady() || comesSoon)) {
             focus_ = std::move(source);
             break;
         }
@@ -56,14 +74,18 @@ WaylandSession::WaylandSession(const Clock& clock)
                 &WaylandSession::activeWindowChanged);
     }
 
-    if (plan.idle == IdleKind::extIdleNotify || plan.idle == IdleKind::kdeIdle) {
+    if (plan.idle == IdleKind::mutterIdleMonitor) {
+        idle_ = std::make_unique<MutterIdle>(QDBusConnection::sessionBus());
+    } else if (plan.idle == IdleKind::extIdleNotify || plan.idle == IdleKind::kdeIdle) {
         if (auto idle = std::make_unique<ThresholdIdle>(*connection_, clock_);
             idle->isAvailable()) {
             idle_ = std::move(idle);
         }
     }
 
-    if (plan.power == PowerKind::wlrOutputPower || plan.power == PowerKind::kdeDpms) {
+    if (plan.power == PowerKind::mutterPowerSave) {
+        power_ = std::make_unique<MutterPowerSave>(QDBusConnection::sessionBus());
+    } else if (plan.power == PowerKind::wlrOutputPower || plan.power == PowerKind::kdeDpms) {
         if (auto power = std::make_unique<OutputPower>(*connection_); power->isAvailable()) {
             power_ = std::move(power);
         }
@@ -89,7 +111,7 @@ std::unique_ptr<FocusSource> WaylandSession::makeFocus(FocusKind kind) {
         case FocusKind::kwinScript:
             return std::make_unique<KWinScriptFocus>(QDBusConnection::sessionBus());
         case FocusKind::gnomeExtension:
-            return nullptr;
+            return std::make_unique<GnomeExtensionFocus>(QDBusConnection::sessionBus());
     }
     return nullptr;
 }
