@@ -45,25 +45,35 @@ protected:
     std::unique_ptr<MenuViewModel> menu_;
 };
 
+// Unpaused, the label is "Jobber med" and the pause tooltip "Sett logging på
+// pause"; paused, "Pause" and "Fortsett logging".
 struct CardCase {
     const char* name;
-    std::vector<std::string> projects;
+    const char* project;  // saved first unless null
     std::optional<std::string> task;
-    bool pause = false;
-    const char* label;
+    bool pause;
     const char* headline;
     bool question;
     const char* subtitle;
-    bool stop;
-    const char* pauseTooltip;
+};
+const CardCase kCards[] = {
+    {"Nothing", nullptr, std::nullopt, false, "Hva jobber du med?", true, ""},
+    {"ProjectPrefixGoesToTheSubtitle", "Skarvelin", "Skarvelin \u2013 fix login", false,
+     "Skarvelin", false, "fix login"},
+    {"TaskEqualToTheProjectHasNoSubtitle", "Skarvelin", "Skarvelin", false, "Skarvelin", false, ""},
+    {"ProjectNamedInsideKeepsTheWholeText", "Skarvelin", "fix Skarvelin login", false, "Skarvelin",
+     false, "fix Skarvelin login"},
+    {"NoProjectShowsTheTasksDisplayForm", nullptr, "Claude Code: /src/skarvelin/", false,
+     "Claude Code \u00b7 skarvelin", false, ""},
+    {"PausedTaskKeepsItsName", nullptr, "Rapport", true, "Rapport", false, ""},
 };
 
 class TaskCard : public MenuViewModelTest, public ::testing::WithParamInterface<CardCase> {};
 
 TEST_P(TaskCard, LabelHeadlineSubtitleAndButtons) {
     const auto& row = GetParam();
-    for (const auto& project : row.projects) {
-        db_.saveProject(project, {});
+    if (row.project) {
+        db_.saveProject(row.project, {});
     }
     if (row.task) {
         model().startTask(std::nullopt, *row.task, start_ - 10 * kMinute);
@@ -71,77 +81,17 @@ TEST_P(TaskCard, LabelHeadlineSubtitleAndButtons) {
     if (row.pause) {
         model().togglePause();
     }
-    EXPECT_EQ(card().label(), q(row.label));
+    EXPECT_EQ(card().label(), q(row.pause ? "Pause" : "Jobber med"));
     EXPECT_EQ(card().headline(), q(row.headline));
     EXPECT_EQ(card().headlineIsQuestion(), row.question);
     EXPECT_EQ(card().subtitle(), q(row.subtitle));
-    EXPECT_EQ(card().showStop(), row.stop);
+    EXPECT_EQ(card().showStop(), row.task.has_value());
     EXPECT_TRUE(card().showPause());
-    EXPECT_EQ(card().pauseTooltip(), q(row.pauseTooltip));
+    EXPECT_EQ(card().pauseTooltip(), q(row.pause ? "Fortsett logging" : "Sett logging på pause"));
     EXPECT_EQ(card().paused(), row.pause);
 }
 
-INSTANTIATE_TEST_SUITE_P(Rules, TaskCard,
-                         ::testing::Values(CardCase{"Nothing",
-                                                    {},
-                                                    std::nullopt,
-                                                    false,
-                                                    "Jobber med",
-                                                    "Hva jobber du med?",
-                                                    true,
-                                                    "",
-                                                    false,
-                                                    "Sett logging på pause"},
-                                           CardCase{"ProjectPrefixGoesToTheSubtitle",
-                                                    {"Skarvelin"},
-                                                    "Skarvelin \u2013 fix login",
-                                                    false,
-                                                    "Jobber med",
-                                                    "Skarvelin",
-                                                    false,
-                                                    "fix login",
-                                                    true,
-                                                    "Sett logging på pause"},
-                                           CardCase{"TaskEqualToTheProjectHasNoSubtitle",
-                                                    {"Skarvelin"},
-                                                    "Skarvelin",
-                                                    false,
-                                                    "Jobber med",
-                                                    "Skarvelin",
-                                                    false,
-                                                    "",
-                                                    true,
-                                                    "Sett logging på pause"},
-                                           CardCase{"ProjectNamedInsideKeepsTheWholeText",
-                                                    {"Skarvelin"},
-                                                    "fix Skarvelin login",
-                                                    false,
-                                                    "Jobber med",
-                                                    "Skarvelin",
-                                                    false,
-                                                    "fix Skarvelin login",
-                                                    true,
-                                                    "Sett logging på pause"},
-                                           CardCase{"NoProjectShowsTheTasksDisplayForm",
-                                                    {},
-                                                    "Claude Code: /src/skarvelin/",
-                                                    false,
-                                                    "Jobber med",
-                                                    "Claude Code \u00b7 skarvelin",
-                                                    false,
-                                                    "",
-                                                    true,
-                                                    "Sett logging på pause"},
-                                           CardCase{"PausedTaskKeepsItsName",
-                                                    {},
-                                                    "Rapport",
-                                                    true,
-                                                    "Pause",
-                                                    "Rapport",
-                                                    false,
-                                                    "",
-                                                    true,
-                                                    "Fortsett logging"}),
+INSTANTIATE_TEST_SUITE_P(Rules, TaskCard, ::testing::ValuesIn(kCards),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(MenuViewModelTest, LoggingOffHidesThePauseButtonAndShowsTheNotice) {
@@ -177,6 +127,12 @@ struct PrefillCase {
     int projectIndex;
     const char* field;
 };
+const PrefillCase kPrefills[] = {
+    {"Empty", std::nullopt, 0, ""},
+    {"Prefixed", "Skarvelin \u2013 fix login", 2, "fix login"},
+    {"ProjectAlone", "Skarvelin", 2, ""},
+    {"NoProject", "Claude Code: /src/web/", 0, "Claude Code \u00b7 web"},
+};
 
 class EditorPrefill : public MenuViewModelTest,
                       public ::testing::WithParamInterface<PrefillCase> {};
@@ -196,13 +152,7 @@ TEST_P(EditorPrefill, TakesTheCurrentProjectAndTheTaskAsTheCardNamesIt) {
     EXPECT_EQ(editor().projectChoices(), (QStringList{"Uten prosjekt", "Alpha", "Skarvelin"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Rules, EditorPrefill,
-                         ::testing::Values(PrefillCase{"Empty", std::nullopt, 0, ""},
-                                           PrefillCase{"Prefixed", "Skarvelin \u2013 fix login", 2,
-                                                       "fix login"},
-                                           PrefillCase{"ProjectAlone", "Skarvelin", 2, ""},
-                                           PrefillCase{"NoProject", "Claude Code: /src/web/", 0,
-                                                       "Claude Code \u00b7 web"}),
+INSTANTIATE_TEST_SUITE_P(Rules, EditorPrefill, ::testing::ValuesIn(kPrefills),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(MenuViewModelTest, EditorSavesAndReSavingAnUnchangedEditorKeepsTheText) {
