@@ -57,6 +57,23 @@ int exitStatus(pid_t pid) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+// The first column of the first row `sql` gives on a connection of its own;
+// none without a row.
+std::optional<std::string> firstValue(const std::string& path, const char* sql) {
+    sqlite3* db = nullptr;
+    sqlite3_open(path.c_str(), &db);
+    sqlite3_stmt* statement = nullptr;
+    EXPECT_EQ(sqlite3_prepare_v2(db, sql, -1, &statement, nullptr), SQLITE_OK) << sql;
+    std::optional<std::string> value;
+    if (sqlite3_step(statement) == SQLITE_ROW) {
+        auto text = sqlite3_column_text(statement, 0);
+        value = text ? reinterpret_cast<const char*>(text) : "";
+    }
+    sqlite3_finalize(statement);
+    sqlite3_close(db);
+    return value;
+}
+
 // One field of every row, to compare query results at once.
 template <typename Record, typename Field>
 std::vector<Field> column(const std::vector<Record>& rows, Field Record::*field) {
@@ -111,17 +128,8 @@ TEST(DatabaseOpen, AFileFromBeforeTheCoveringIndexGainsIt) {
         "created_at REAL NOT NULL DEFAULT (strftime('%s','now')));"
         "INSERT INTO activities (app_name, start_time) VALUES ('Code', 1000);");
     Database(path).fetchProjects();
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
-    sqlite3_stmt* found = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(db,
-                                 "SELECT sql FROM sqlite_schema "
-                                 "WHERE name = 'idx_activities_covering';",
-                                 -1, &found, nullptr),
-              SQLITE_OK);
-    EXPECT_EQ(sqlite3_step(found), SQLITE_ROW);
-    sqlite3_finalize(found);
-    sqlite3_close(db);
+    EXPECT_TRUE(
+        firstValue(path, "SELECT sql FROM sqlite_schema WHERE name = 'idx_activities_covering';"));
 }
 
 TEST_F(DatabaseTest, ActivitiesRoundTripThroughAReopenedFile) {
@@ -187,31 +195,6 @@ TEST_F(DatabaseTest, SearchIsCaseInsensitiveLimitedAndSkipsLoginWindow) {
     EXPECT_EQ(db_.searchActivities("MAIL", 100).size(), 8u);
     // The query is a LIKE pattern: its wildcards are not escaped.
     EXPECT_EQ(db_.searchActivities("G_ail", 100).size(), 4u);
-}
-
-TEST_F(DatabaseTest, AppUsageGroupsByNameAndBundleAndCountsOpenRowsToNow) {
-    // Open rows count up to the wall clock, so the rows are placed around it.
-    double now = static_cast<double>(std::time(nullptr));
-    auto code = [&](const char* bundle, double start, double end,
-                    std::optional<std::string> title) {
-        Activity a = act("Code", now - start, now - end, std::move(title));
-        a.bundleID = bundle;
-        db_.insert(a);
-    };
-    code("code", 300, 200, "a.cpp");
-    code("code", 200, 150, "");  // an empty title is no latest title
-    code("code-insiders", 150, 140, std::nullopt);
-    db_.insert(act("Terminal", now - 140, std::nullopt));
-    db_.insert(act("loginwindow", now - 100, now));
-
-    auto usage = db_.appUsage(now - kHour, now + kHour);
-    ASSERT_EQ(usage.size(), 3u);
-    EXPECT_NEAR(usage[1].totalDuration, 140, 2);
-    usage[1].totalDuration = 140;
-    EXPECT_EQ(usage,
-              (std::vector<AppUsageSummary>{{"Code", "code", 150, 2, "a.cpp"},
-                                            {"Terminal", std::nullopt, 140, 1, std::nullopt},
-                                            {"Code", "code-insiders", 10, 1, std::nullopt}}));
 }
 
 // The usage statement as first written, which looked for each
@@ -427,15 +410,6 @@ TEST_F(DatabaseTest, OverlapsAreCutBackButOpenRowsStayOpen) {
     EXPECT_EQ(ends(), (Ends{20 * kMinute, std::nullopt, 90 * kMinute}));
 }
 
-TEST_F(DatabaseTest, FailedStatementsThrowTypedErrorsAndChangeNothing) {
-    testing::execBeside(path_,
-                        "CREATE TRIGGER refuse BEFORE INSERT ON projects "
-                        "BEGIN SELECT RAISE(ABORT, 'no projects today'); END;");
-    expectError([&] { db_.saveProject("Alpha", {"a"}); }, Kind::executionFailed,
-                "Failed to execute statement: no projects today");
-    EXPECT_TRUE(db_.fetchProjects().empty());
-}
-
 TEST(DatabaseDamage, AQueryThatCannotReadThrowsInsteadOfEndingEarly) {
     testing::TempFolder folder;
     std::string path = folder.file("activities.db");
@@ -567,14 +541,7 @@ TEST(DatabaseCrash, KillingTheWriterMidWriteLeavesASoundFile) {
     exitStatus(writer);
     ASSERT_TRUE(wrote) << "the writer wrote too little before it was killed";
 
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
-    sqlite3_stmt* check = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(db, "PRAGMA integrity_check;", -1, &check, nullptr), SQLITE_OK);
-    ASSERT_EQ(sqlite3_step(check), SQLITE_ROW);
-    EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)), "ok");
-    sqlite3_finalize(check);
-    sqlite3_close(db);
+    EXPECT_EQ(firstValue(path, "PRAGMA integrity_check;"), "ok");
     EXPECT_GE(Database(path).fetchActivities(0, 1e9).size(), 300u);
 }
 
