@@ -205,27 +205,22 @@ TEST_F(Model, CaptureSwitchesActOnTheMonitorAtOnce) {
     EXPECT_EQ(db_.fetchActivities(0, 4e9).back().endTime, start_ + 120);
 }
 
-// An assistant's task, through the server's own tool on the server's
-// connection, shows at the half-minute refresh.
-TEST_F(Model, AnAssistantsTaskShowsAtTheNextRefresh) {
-    model();
-    McpTools tools(db_, clock_);
-    ASSERT_FALSE(tools.annotate(Json{{"text", "Fra assistenten"}}).isError);
-    tick(AppModel::kTicksPerRefresh - 1);
-    EXPECT_FALSE(model().taskText());
-    tick(1);
-    EXPECT_EQ(model().taskText(), "Fra assistenten");
-    EXPECT_TRUE(model().currentAnnotation()->id);
-}
-
-TEST_F(Model, TheSecondTickReadsNothingFromTheStore) {
+// Ticks between refreshes read nothing from the store; an assistant's task,
+// through the server's own tool on the server's connection, shows at the
+// half-minute refresh.
+TEST_F(Model, OnlyTheRefreshReadsTheStoreAndItShowsAnAssistantsTask) {
     int statements = 0;
     model();
     modelDb_.watchStatements([&](std::string_view) { ++statements; });
+    McpTools tools(db_, clock_);
+    ASSERT_FALSE(tools.annotate(Json{{"text", "Fra assistenten"}}).isError);
     tick(AppModel::kTicksPerRefresh - 1);
     EXPECT_EQ(statements, 0);
+    EXPECT_FALSE(model().taskText());
     tick(1);
     EXPECT_GT(statements, 0);
+    EXPECT_EQ(model().taskText(), "Fra assistenten");
+    EXPECT_TRUE(model().currentAnnotation()->id);
 }
 
 TEST_F(Model, TheCurrentProjectComesFromTheTaskOrRecentWork) {
@@ -332,26 +327,19 @@ TEST_F(Model, TheNoticeSaysWhatKeepsKvilloFromRecording) {
 }
 
 TEST_F(Model, TheUpdateControlMirrorsTheChecker) {
-    const std::string base = "https://updates.test";
     testing::FakeHttpClient http;
-    http.answer(base + "/releases/linux/latest",
-                HttpReply{200, {}, testing::releaseJson("v1.5.0", {"kvillo.deb"})});
-    http.answer(base + "/releases/linux/v1.5.0/assets/kvillo.deb", HttpReply{200, {}, "deb"});
-    testing::FakeTimer checks{clock_};
-    std::vector<std::string> opened;
-    UpdateChecker checker(
-        {http, uiThread_, checks, [&](const std::string& file) { opened.push_back(file); },
-         [] { return Language(Language::en); }},
-        UpdateSource{
-            {base}, "1.4.0", folder_.file("updates"), {Installation::Kind::debianPackage, {}}});
-    updates_ = &checker;
+    const std::string base = "https://primary.test/releases/linux/";
+    http.answer(base + "latest", HttpReply{200, {}, testing::releaseJson("v1.5.0", {"k.deb"})});
+    http.answer(base + "v1.5.0/assets/k.deb", HttpReply{200, {}, "deb"});
+    testing::CheckerHarness checker(http);  // delivers on its own fake UI thread
+    updates_ = &checker.checker();
     std::vector<AppModel::Field> announced;
     auto subscription =
         model().onChange([&](AppModel::Field field) { announced.push_back(field); });
     const auto settled = [&](auto state) {
         return testing::eventually(
             [&] {
-                uiThread_.runPending();
+                checker.ui.runPending();
                 return std::holds_alternative<decltype(state)>(model().updateState());
             },
             std::chrono::seconds(10));
@@ -362,7 +350,7 @@ TEST_F(Model, TheUpdateControlMirrorsTheChecker) {
               announced.end());
     model().downloadUpdate();
     ASSERT_TRUE(settled(updates::ReadyToInstall{}));
-    EXPECT_EQ(opened.size(), 1u);
+    EXPECT_EQ(checker.opened.size(), 1u);
     model_.reset();
 }
 
