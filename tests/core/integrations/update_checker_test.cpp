@@ -88,39 +88,41 @@ TEST(UpdateCheckerVersions, ADocumentNeedsEveryKeyButAssets) {
     EXPECT_EQ(release->assets->at(0), (ReleaseAsset{"k.deb", 3, "application/octet-stream"}));
 }
 
-TEST_F(UpdateCheckerTest, TheFallbackAnswersWhenThePrimaryFails) {
+// The bases are asked in turn until one gives a release; when none does,
+// the last one's error is shown, in the user's language.
+TEST_F(UpdateCheckerTest, BasesAreAskedInTurnAndTheLastErrorIsShown) {
+    const HttpReply latest = ok(releaseJson("v1.5.0", {}));
+    const UpdateState found = updates::Available{*ReleaseInfo::decode(latest.body)};
     struct Row {
         const char* name;
-        std::function<void()> breakPrimary;
+        std::optional<HttpReply> primary;  // none: unreachable
+        HttpReply fallback;
+        UpdateState settled;
     };
     const Row rows[] = {
-        {"unreachable", [&] { http.fail(kLatest, TransferFailure::connect); }},
-        {"an error status",
-         [&] {
-             http.answer(kLatest, HttpReply{503, {}, releaseJson("v9.9.9", {})});
-         }},
-        {"an undecodable body", [&] { http.answer(kLatest, ok("<html>")); }},
+        {"unreachable", std::nullopt, latest, found},
+        {"an error status", HttpReply{503, {}, releaseJson("v9.9.9", {})}, latest, found},
+        {"an undecodable body", ok("<html>"), latest, found},
+        {"both failing, the last with a status", std::nullopt, HttpReply{503, {}, ""},
+         updates::Error{"The update service answered with HTTP status 503"}},
+        {"both failing, the last undecodable", std::nullopt, ok(R"({"tag": 1})"),
+         updates::Error{"The update service\u2019s answer cannot be read"}},
     };
-    http.answer(kFallbackLatest, ok(releaseJson("v1.5.0", {})));
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        row.breakPrimary();
+        if (row.primary) {
+            http.answer(kLatest, *row.primary);
+        } else {
+            http.fail(kLatest, TransferFailure::connect);
+        }
+        http.answer(kFallbackLatest, row.fallback);
+        const auto before = http.requests().size();
         harness.checker().checkForUpdates();
-        auto states = harness.settle();
-        ASSERT_EQ(states.size(), 2u);
-        auto* available = std::get_if<updates::Available>(&states[1]);
-        ASSERT_TRUE(available);
-        EXPECT_EQ(available->release.tag, "v1.5.0");
+        EXPECT_EQ(harness.settle(), (std::vector<UpdateState>{updates::Checking{}, row.settled}));
+        const auto asked = http.requests();
+        EXPECT_EQ(std::vector(asked.begin() + before, asked.end()),
+                  (std::vector<std::string>{kLatest, kFallbackLatest}));
     }
-}
-
-TEST_F(UpdateCheckerTest, WhenEveryBaseFailsTheLastErrorIsShownInTheUsersLanguage) {
-    http.fail(kLatest, TransferFailure::connect);
-    http.answer(kFallbackLatest, HttpReply{503, {}, ""});
-    harness.checker().checkForUpdates();
-    EXPECT_EQ(harness.settledState(),
-              UpdateState(updates::Error{"The update service answered with HTTP status 503"}));
-    EXPECT_EQ(http.requests(), (std::vector<std::string>{kLatest, kFallbackLatest}));
 }
 
 TEST_F(UpdateCheckerTest, AnUnconfiguredBuildNeverAsks) {
