@@ -95,29 +95,14 @@ TEST_F(Tools, TheDailySummaryNamesEachDaysLatestHundredNotes) {
     }
 }
 
+// The unmatched time comes last however long it is, and projects that bear
+// its name in either language keep their own time apart from it.
 TEST_F(Tools, ProjectTimeListsNoProjectLast) {
-    add("Terminal", localTime(2026, 11, 23, 11), 120);
-    EXPECT_EQ(tool("get_project_time"),
-              "Time per project:\n"
-              "\n"
-              "Kvillo: 41m\n"
-              "  Days: Mon 11-23 41m\n"
-              "  Top titles: kvillo \u2014 main.cpp 40m; Inbox 1m\n"
-              "\n"
-              "No project: 2h 30m\n"
-              "  Days: Mon 11-23 2h 30m\n"
-              "  Top titles: Terminal 2h 30m");
-    EXPECT_EQ(tool("get_project_time", {{"from", "2026-11-01"}, {"to", "2026-11-02"}}),
-              "No activity in this period.");
-    db_.deleteProject("Kvillo");
-    EXPECT_EQ(tool("get_project_time"), "No projects yet. Use save_project to add one.");
-}
-
-TEST_F(Tools, ProjectsNamedLikeTheUnmatchedTimeStayApartFromIt) {
     db_.saveProject("No project", {});
     db_.saveProject("Uten prosjekt", {});
     add("Code", localTime(2026, 11, 23, 11), 15, "No project");
     add("Code", localTime(2026, 11, 23, 12), 10, "Uten prosjekt");
+    add("Terminal", localTime(2026, 11, 23, 13), 120);
     EXPECT_EQ(tool("get_project_time"),
               "Time per project:\n"
               "\n"
@@ -133,9 +118,15 @@ TEST_F(Tools, ProjectsNamedLikeTheUnmatchedTimeStayApartFromIt) {
               "  Days: Mon 11-23 10m\n"
               "  Top titles: Uten prosjekt 10m\n"
               "\n"
-              "No project: 30m\n"
-              "  Days: Mon 11-23 30m\n"
-              "  Top titles: Terminal 30m");
+              "No project: 2h 30m\n"
+              "  Days: Mon 11-23 2h 30m\n"
+              "  Top titles: Terminal 2h 30m");
+    EXPECT_EQ(tool("get_project_time", {{"from", "2026-11-01"}, {"to", "2026-11-02"}}),
+              "No activity in this period.");
+    for (const char* name : {"Kvillo", "No project", "Uten prosjekt"}) {
+        db_.deleteProject(name);
+    }
+    EXPECT_EQ(tool("get_project_time"), "No projects yet. Use save_project to add one.");
 }
 
 TEST_F(Tools, FocusSessionsWithDefaultsAndHugeArguments) {
