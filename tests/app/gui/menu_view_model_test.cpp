@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -56,6 +57,10 @@ struct CardCase {
     bool question;
     const char* subtitle;
 };
+// Names the case in test listings instead of dumping its bytes.
+void PrintTo(const CardCase& row, std::ostream* out) {
+    *out << row.name;
+}
 const CardCase kCards[] = {
     {"Nothing", nullptr, std::nullopt, false, "Hva jobber du med?", true, ""},
     {"ProjectPrefixGoesToTheSubtitle", "Skarvelin", "Skarvelin \u2013 fix login", false,
@@ -127,6 +132,9 @@ struct PrefillCase {
     int projectIndex;
     const char* field;
 };
+void PrintTo(const PrefillCase& row, std::ostream* out) {
+    *out << row.name;
+}
 const PrefillCase kPrefills[] = {
     {"Empty", std::nullopt, 0, ""},
     {"Prefixed", "Skarvelin \u2013 fix login", 2, "fix login"},
