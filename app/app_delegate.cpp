@@ -98,8 +98,7 @@ std::optional<std::string> AppDelegate::launch() {
 }
 
 void AppDelegate::makeUpdateChecker() {
-    http_ = std::make_unique<CurlHttpClient>(
-        CurlHttpClientOptions{.userAgent = kvilloUserAgent(KVILLO_VERSION)});
+    http_ = gui_->makeHttpClient(kvilloUserAgent(KVILLO_VERSION));
     updateChecker_ = std::make_unique<UpdateChecker>(
         UpdateCheckerServices{
             .http = *http_,

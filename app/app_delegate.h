@@ -11,7 +11,7 @@
 #include "core/integrations/update_checker.h"
 #include "core/mcp/mcp_server.h"
 #include "core/model/app_model.h"
-#include "core/net/curl_http_client.h"
+#include "core/net/http_client.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
 #include "core/time/system_clock.h"
@@ -82,7 +82,7 @@ private:
     QtRepeatingTimer modelTimer_;
     QtUiThread uiThread_;
     std::unique_ptr<NotificationCenter> notifications_;
-    std::unique_ptr<CurlHttpClient> http_;
+    std::unique_ptr<HttpClient> http_;
     QtRepeatingTimer updateTimer_;
     std::unique_ptr<UpdateChecker> updateChecker_;
     std::unique_ptr<McpInstaller> installer_;

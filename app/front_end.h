@@ -6,6 +6,7 @@
 #include "core/mcp/mcp_server.h"
 #include "core/model/app_model.h"
 #include "core/model/notification_center.h"
+#include "core/net/http_client.h"
 #include "core/settings/features.h"
 #include "core/store/database.h"
 #include "core/time/clock.h"
@@ -63,6 +64,10 @@ public:
     // or, where the desktop cannot show those, a small window of our own.
     // Needs the application above; made before the front end.
     virtual std::unique_ptr<NotificationCenter> makeNotificationCenter() = 0;
+
+    // HTTP for the update checker. It lives here, not in libkvillo, so that
+    // `kvillo --headless` never maps libcurl and its TLS libraries.
+    virtual std::unique_ptr<HttpClient> makeHttpClient(const std::string& userAgent) = 0;
 
     // The front end over the live objects; needs the application above.
     virtual std::unique_ptr<FrontEnd> makeFrontEnd(const LiveObjects& objects) = 0;

@@ -15,7 +15,6 @@
 #include "app/timesheet_command.h"
 #include "app/unix_signal_watcher.h"
 #include "core/localisation/l10n.h"
-#include "core/net/curl_http_client.h"
 #include "core/settings/features.h"
 #include "core/time/system_clock.h"
 #include "platform/linux/instance_lock.h"
@@ -156,8 +155,5 @@ int main(int argc, char** argv) {
         }
         return kvillo::runListClients(installer, language, std::cout);
     }
-    // While this is still the only thread; only the recording program
-    // checks for updates.
-    kvillo::initialiseHttp();
     return runProgram(argc, argv, std::get<kvillo::RunProgram>(request));
 }

@@ -11,6 +11,7 @@
 #include "app/gui/brand_font.h"
 #include "app/gui/desktop_front_end.h"
 #include "app/gui/prompt_window.h"
+#include "core/net/curl_http_client.h"
 #include "platform/linux/desktop_notifications.h"
 
 // The popup's QML, compiled in; only this module links it.
@@ -53,6 +54,13 @@ public:
 
     std::unique_ptr<NotificationCenter> makeNotificationCenter() override {
         return std::make_unique<DesktopQuestions>();
+    }
+
+    std::unique_ptr<HttpClient> makeHttpClient(const std::string& userAgent) override {
+        initialiseHttp();
+        CurlHttpClientOptions options;
+        options.userAgent = userAgent;
+        return std::make_unique<CurlHttpClient>(std::move(options));
     }
 
     std::unique_ptr<FrontEnd> makeFrontEnd(const LiveObjects& objects) override {

@@ -136,10 +136,6 @@ void initialiseHttp() {
     curl_global_init(CURL_GLOBAL_DEFAULT);
 }
 
-std::string kvilloUserAgent(const std::string& version) {
-    return "Kvillo/" + version + " (Linux)";
-}
-
 CurlHttpClient::CurlHttpClient(CurlHttpClientOptions options) : options_(std::move(options)) {}
 
 namespace {

@@ -7,12 +7,9 @@
 
 namespace kvillo {
 
-// Sets libcurl up for the process. Call once in main(), before any thread
-// starts: libcurl's global set-up is not safe beside other threads.
+// Sets libcurl up for the process; before the first client. Debian's
+// libcurl is built thread-safe, so other threads may already run.
 void initialiseHttp();
-
-// "Kvillo/1.4.0 (Linux)".
-std::string kvilloUserAgent(const std::string& version);
 
 struct CurlHttpClientOptions {
     std::string userAgent;

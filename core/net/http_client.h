@@ -11,6 +11,11 @@
 
 namespace kvillo {
 
+// "Kvillo/1.4.0 (Linux)".
+inline std::string kvilloUserAgent(const std::string& version) {
+    return "Kvillo/" + version + " (Linux)";
+}
+
 // Header lines as (name, value) pairs, in the order they were sent.
 using HttpHeaders = std::vector<std::pair<std::string, std::string>>;
 
