@@ -30,6 +30,8 @@ TEST(WindowApplication, NamesWindowsByTheirDesktopFilesAsTheDesktopsSendThem) {
     const Row rows[] = {
         {"a reverse-DNS app id (GTK, Qt, GNOME)", "org.example.Editor", "", "Redigerer",
          "org.example.Editor"},
+        {"a desktop file name as some Qt programs send it", "org.example.Editor.desktop", "",
+         "Redigerer", "org.example.Editor"},
         {"an XWayland class matching StartupWMClass", "Firefox-esr", "", "Browser", "firefox-esr"},
         {"a class that is the lower-cased id", "", "GIMP", "Image Editor", "gimp"},
         {"an app id no file knows", "org.example.Unknown", "Unknown", "org.example.Unknown",
