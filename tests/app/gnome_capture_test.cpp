@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "core/store/database.h"
-#include "core/time/system_clock.h"
+#include "tests/support/desktop_day.h"
 #include "tests/support/gnome_shell.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
@@ -25,9 +25,7 @@ TEST(GnomeCapture, HeadlessKvilloRecordsSwitchesATitleALockAndAnAbsence) {
     auto environment = shell.clientEnvironment();
     environment["TZ"] = "Europe/Oslo";
     environment.erase("GDK_BACKEND");
-    const std::string config = environment["XDG_CONFIG_HOME"] + "/kvillo";
-    std::filesystem::create_directories(config);
-    testing::writeFile(config + "/app.kvillo.shared.json", R"({"idleMinutes": 1})");
+    testing::useShortestIdleThreshold(environment["XDG_CONFIG_HOME"]);
     const std::string database = environment["XDG_DATA_HOME"] + "/Kvillo/activities.db";
     auto rows = [&] {
         return std::filesystem::exists(database) ? Database(database).fetchActivities(0, 4e9)
@@ -48,38 +46,20 @@ TEST(GnomeCapture, HeadlessKvilloRecordsSwitchesATitleALockAndAnAbsence) {
     ASSERT_TRUE(shell.retitleWindow(alpha, "Alpha two"));
     ASSERT_TRUE(eventually([&] { return rows().back().title == "Alpha two"; }, 10s));
 
-    ASSERT_TRUE(shell.lock());
-    ASSERT_TRUE(eventually([&] { return rows().back().endTime.has_value(); }, 10s));
-    ASSERT_TRUE(shell.unlock());
-    ASSERT_TRUE(eventually([&] { return rows().size() == 4; }, 10s));
-
-    ASSERT_TRUE(shell.resetIdleTime());
-    const double lastInput = SystemClock().now();
-    ASSERT_TRUE(eventually([&] { return rows().back().endTime.has_value(); }, 80s));
-    EXPECT_NEAR(*rows().back().endTime, lastInput, 2.0);
-    ASSERT_TRUE(shell.resetIdleTime());
-    ASSERT_TRUE(eventually([&] { return rows().size() == 5; }, 10s));
+    testing::lockThenStayAway(rows, {.lock = [&] { return shell.lock(); },
+                                     .unlock = [&] { return shell.unlock(); },
+                                     .input = [&] { return shell.resetIdleTime(); }});
+    if (HasFatalFailure()) {
+        return;
+    }
 
     kvillo.signal(SIGTERM);
     ASSERT_EQ(kvillo.wait(10s), 0) << kvillo.standardError();
-    auto recorded = rows();
-    ASSERT_EQ(recorded.size(), 5u);
-    const std::pair<const char*, std::optional<std::string>> expected[] = {
-        {"org.kvillo.TestA", "org.kvillo.TestA"}, {"org.kvillo.TestB", std::nullopt},
-        {"org.kvillo.TestA", "org.kvillo.TestA"}, {"org.kvillo.TestA", "org.kvillo.TestA"},
-        {"org.kvillo.TestA", "org.kvillo.TestA"},
-    };
-    for (size_t i = 0; i < recorded.size(); ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_EQ(recorded[i].appName, expected[i].first);
-        EXPECT_EQ(recorded[i].bundleID, expected[i].second);
-        EXPECT_TRUE(recorded[i].endTime);
-    }
-    EXPECT_EQ(recorded[0].endTime, recorded[1].startTime);
-    EXPECT_EQ(recorded[1].endTime, recorded[2].startTime);
-    EXPECT_EQ(recorded[2].title, "Alpha two");
-    EXPECT_LT(*recorded[2].endTime, recorded[3].startTime);  // locked
-    EXPECT_LT(*recorded[3].endTime, recorded[4].startTime);  // away
+    // The fixture's .desktop file names A by its id; B has none.
+    const std::string testA = "org.kvillo.TestA";
+    testing::expectTheDay(rows(), {testA, "org.kvillo.TestB", testA, testA, testA}, "Alpha two");
+    EXPECT_EQ(rows()[0].bundleID, testA);
+    EXPECT_FALSE(rows()[1].bundleID);
     EXPECT_EQ(kvillo.standardError().find("cannot"), std::string::npos) << kvillo.standardError();
 }
 

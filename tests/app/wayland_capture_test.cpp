@@ -5,6 +5,7 @@
 
 #include "core/store/database.h"
 #include "core/time/system_clock.h"
+#include "tests/support/desktop_day.h"
 #include "tests/support/process.h"
 #include "tests/support/session_bus.h"
 #include "tests/support/sway_compositor.h"
@@ -106,8 +107,7 @@ TEST_F(WaylandCapture, SwitchesTitlesTheLockerAndAnXWaylandWindowBecomeRows) {
 
 // The shortest threshold the settings allow is a minute, so this waits one.
 TEST_F(WaylandCapture, AnAbsenceEndsTheRowAtTheLastInput) {
-    std::filesystem::create_directories(home_.file("config/kvillo"));
-    testing::writeFile(home_.file("config/kvillo/app.kvillo.shared.json"), R"({"idleMinutes": 1})");
+    testing::useShortestIdleThreshold(home_.file("config"));
     auto alpha = sway_.open("org.kvillo.TestA", "Alpha one");
     ASSERT_TRUE(alpha);
     auto kvillo = startKvillo();
