@@ -3,6 +3,8 @@
 #include <cmath>
 #include <iostream>
 
+#include "platform/linux/wayland/settled_focus.h"
+
 namespace kvillo {
 
 LinuxDesktop::LinuxDesktop(const Clock& clock) {
@@ -21,20 +23,26 @@ LinuxDesktop::LinuxDesktop(const Clock& clock) {
             x11_.reset();
         }
     }
+    // Under Wayland both follow the focus, each settling on its own; an
+    // XWayland window leaves both at once, and reading before the slower one
+    // has settled would name it by the other's name for a moment.
+    settle_.setSingleShot(true);
+    settle_.setInterval(SettledFocus::kSettleTime);
+    connect(&settle_, &QTimer::timeout, this, &LinuxDesktop::frontChanged);
     if (wayland_) {
         connect(wayland_.get(), &WaylandSession::activeWindowChanged, this,
-                &LinuxDesktop::frontChanged);
+                &LinuxDesktop::sourceChanged);
         connect(wayland_.get(), &WaylandSession::displaySleepChanged, this,
                 [this](bool asleep) { send(asleep ? events_.displaySlept : events_.woke); });
         connect(wayland_.get(), &WaylandSession::connectionLost, this, &LinuxDesktop::endSession);
     }
     if (x11_) {
-        connect(x11_.get(), &X11Session::activeWindowChanged, this, &LinuxDesktop::frontChanged);
+        connect(x11_.get(), &X11Session::activeWindowChanged, this, &LinuxDesktop::sourceChanged);
         if (wayland_) {
             // XWayland may stop (or be stopped when no X11 program is left):
             // the queries then answer nothing and the compositor's windows
             // are what is in front.
-            connect(x11_.get(), &X11Session::connectionLost, this, &LinuxDesktop::frontChanged);
+            connect(x11_.get(), &X11Session::connectionLost, this, &LinuxDesktop::sourceChanged);
         } else {
             connect(x11_.get(), &X11Session::displaySleepChanged, this,
                     [this](bool asleep) { send(asleep ? events_.displaySlept : events_.woke); });
@@ -79,6 +87,14 @@ DesktopSight LinuxDesktop::sight() const {
     }
     return DesktopSight{.frontApplication = x11_ != nullptr,
                         .idleTime = x11_ != nullptr && x11_->canTellIdleTime()};
+}
+
+void LinuxDesktop::sourceChanged() {
+    if (wayland_ && x11_) {
+        settle_.start();
+    } else {
+        frontChanged();
+    }
 }
 
 void LinuxDesktop::frontChanged() {

@@ -47,8 +47,8 @@ signals:
     void sessionEnded();
 
 private:
-    void connectX11();
     void tellWhatCannotBeSeen() const;
+    void sourceChanged();
     void frontChanged();
     bool x11InFront();
     void send(const std::function<void()>& event);
@@ -57,6 +57,7 @@ private:
     std::unique_ptr<WaylandSession> wayland_;  // null outside a Wayland session
     std::unique_ptr<X11Session> x11_;          // null without an X display
     SessionWatcher session_;
+    QTimer settle_;  // with both: one wait after either has changed
     DesktopEvents events_;
     bool ended_ = false;
 };

@@ -149,8 +149,8 @@ std::string SwayCompositor::focusedAppID() const {
     return focusedIn(nlohmann::json::parse(tree.output, nullptr, false));
 }
 
-bool SwayCompositor::focus(const std::string& appID) const {
-    swaymsg({"[app_id=\"" + appID + "\"] focus"});
+bool SwayCompositor::focus(const std::string& appID, bool x11) const {
+    swaymsg({"[" + std::string(x11 ? "class" : "app_id") + "=\"" + appID + "\"] focus"});
     return eventually([&] { return focusedAppID() == appID; }, kStartTimeout);
 }
 

@@ -44,8 +44,9 @@ public:
     std::unique_ptr<Window> open(const std::string& appID, const std::string& title,
                                  bool x11 = false) const;
 
-    // Gives the window of `appID` the focus and waits until it has it.
-    bool focus(const std::string& appID) const;
+    // Gives the window of `appID` (for an XWayland window: its X11 class)
+    // the focus and waits until it has it.
+    bool focus(const std::string& appID, bool x11 = false) const;
     // The app id (or X11 class) of the focused window; empty for none.
     std::string focusedAppID() const;
     // One key press, as from a user at the keyboard.

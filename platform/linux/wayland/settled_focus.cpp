@@ -28,6 +28,13 @@ void SettledFocus::sourceChanged() {
         window_ = std::move(now);
         return;
     }
+    // A window that retitles itself all the time (a build's progress, a
+    // download) must still take over: only another window starts the wait
+    // again.
+    if (settle_.isActive() && sameWindow(now, pending_)) {
+        return;
+    }
+    pending_ = std::move(now);
     settle_.start();
 }
 

@@ -34,6 +34,7 @@ private:
     FocusSource& source_;
     QTimer settle_;
     std::optional<FocusedWindow> window_;
+    std::optional<FocusedWindow> pending_;  // what the running wait is for
 };
 
 }  // namespace kvillo

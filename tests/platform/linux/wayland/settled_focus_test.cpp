@@ -51,6 +51,14 @@ TEST(SettledFocus, OnlyWhatHoldsIsASwitchAndTitlesFollowAtOnce) {
     source.set(std::nullopt);  // a locker, an empty workspace
     ASSERT_TRUE(testing::processEventsUntil([&] { return switches == 2; }, 2s));
     EXPECT_FALSE(settled.window());
+
+    // A window retitling itself faster than the settle time still settles.
+    for (int i = 0; i < 8; ++i) {
+        source.set(window("org.example.C", "Building " + std::to_string(i)));
+        testing::processEventsFor(20ms);
+    }
+    EXPECT_EQ(switches, 3);
+    EXPECT_EQ(settled.window()->appID, "org.example.C");
 }
 
 }  // namespace
