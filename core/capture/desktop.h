@@ -63,7 +63,8 @@ public:
     virtual void setIdleThreshold(Duration threshold) = 0;
     // Asked at every tick too, for displays whose sleep sends no event.
     virtual bool isDisplayAsleep() = 0;
-    // Fixed once the adapter is made.
+    // May improve while running (a desktop helper that starts reporting
+    // only later), so it is read afresh.
     virtual DesktopSight sight() const = 0;
 
     // Starts delivering events to `events` until unsubscribe().

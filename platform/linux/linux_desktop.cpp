@@ -34,7 +34,13 @@ LinuxDesktop::LinuxDesktop(const Clock& clock) {
                 &LinuxDesktop::sourceChanged);
         connect(wayland_.get(), &WaylandSession::displaySleepChanged, this,
                 [this](bool asleep) { send(asleep ? events_.displaySlept : events_.woke); });
-        connect(wayland_.get(), &WaylandSession::connectionLost, this, &LinuxDesktop::endSession);
+        connect(wayland_.get(), &WaylandSession::connectionLost, this, [this](bool compositorGone) {
+            if (compositorGone) {
+                endSession();
+            } else {
+                sourceChanged();
+            }
+        });
     }
     if (x11_) {
         connect(x11_.get(), &X11Session::activeWindowChanged, this, &LinuxDesktop::sourceChanged);

@@ -28,9 +28,11 @@ void lockThenStayAway(const std::function<std::vector<Activity>()>& rows,
     ASSERT_TRUE(hands.input());
     const double lastInput = SystemClock().now();
     ASSERT_TRUE(eventually([&] { return rows().back().endTime.has_value(); }, 80s));
-    // Compositors time the threshold roughly; the input's moment is taken
-    // after it went out.
-    EXPECT_NEAR(*rows().back().endTime, lastInput, 2.0);
+    // At the last input, not a minute later when the absence was noticed
+    // (compositors time the threshold roughly, and a loaded machine delays
+    // the news).
+    EXPECT_GT(*rows().back().endTime, lastInput - 5);
+    EXPECT_LT(*rows().back().endTime, lastInput + 30);
     ASSERT_TRUE(hands.input());
     ASSERT_TRUE(eventually([&] { return rows().size() == before + 2; }, 10s));
 }

@@ -33,10 +33,10 @@ SourcePlan planSources(const SessionOffer& offer) {
         plan.idle = IdleKind::kdeIdle;
     }
 
+    // wlroots' output-power protocol would take control of the outputs
+    // from the user's own tools (see OutputPower).
     if (offer.gnomeShell) {
         plan.power = PowerKind::mutterPowerSave;
-    } else if (offers("zwlr_output_power_manager_v1")) {
-        plan.power = PowerKind::wlrOutputPower;
     } else if (offers("org_kde_kwin_dpms_manager")) {
         plan.power = PowerKind::kdeDpms;
     }

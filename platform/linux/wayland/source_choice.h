@@ -16,7 +16,7 @@ struct SessionOffer {
 
 enum class FocusKind { gnomeExtension, kwinScript, wlrToplevels };
 enum class IdleKind { none, mutterIdleMonitor, extIdleNotify, kdeIdle };
-enum class PowerKind { none, mutterPowerSave, wlrOutputPower, kdeDpms };
+enum class PowerKind { none, mutterPowerSave, kdeDpms };
 
 // The focus sources to try, best first (the first that is ready wins; none
 // ready leaves only X11 windows through XWayland), and the idle and display

@@ -2,6 +2,7 @@
 
 #include <wayland-client.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "ext-idle-notify-v1-client.h"
@@ -49,8 +50,9 @@ void ThresholdIdle::setThreshold(Duration threshold) {
         return;
     }
     threshold_ = threshold;
+    // An absence under way stays one until the compositor says "back": the
+    // new notification only starts counting now.
     release();
-    lastInput_.reset();
     const auto milliseconds = static_cast<std::uint32_t>(std::lround(threshold * 1000));
     if (extNotifier_) {
         static const ext_idle_notification_v1_listener listener = {
@@ -80,7 +82,8 @@ void ThresholdIdle::setThreshold(Duration threshold) {
 
 void ThresholdIdle::idled() {
     if (threshold_) {
-        lastInput_ = clock_.now() - *threshold_;
+        TimePoint since = clock_.now() - *threshold_;
+        lastInput_ = lastInput_ ? std::min(*lastInput_, since) : since;
     }
 }
 

@@ -78,22 +78,12 @@ WaylandConnection::~WaylandConnection() {
 
 void WaylandConnection::onGlobal(void* data, wl_registry*, std::uint32_t name,
                                  const char* interface, std::uint32_t version) {
-    auto* self = static_cast<WaylandConnection*>(data);
-    self->globals_.push_back(Global{name, interface, version});
-    if (self->outputsBound_ && std::string_view(interface) == wl_output_interface.name) {
-        self->outputs_.push_back(static_cast<wl_output*>(
-            wl_registry_bind(self->registry_, name, &wl_output_interface, 1)));
-    }
+    static_cast<WaylandConnection*>(data)->globals_.push_back(Global{name, interface, version});
 }
 
 void WaylandConnection::onGlobalRemove(void* data, wl_registry*, std::uint32_t name) {
     auto* self = static_cast<WaylandConnection*>(data);
     std::erase_if(self->globals_, [name](const Global& global) { return global.name == name; });
-}
-
-bool WaylandConnection::offers(std::string_view interface) const {
-    return std::any_of(globals_.begin(), globals_.end(),
-                       [interface](const Global& global) { return global.interface == interface; });
 }
 
 void* WaylandConnection::bind(const wl_interface& interface, std::uint32_t maxVersion) {
@@ -170,9 +160,17 @@ void WaylandConnection::lose() {
         return;
     }
     lost_ = true;
+    // A protocol error is a request of ours the compositor refused: it ends
+    // the connection, not the session.
+    const bool refused = wl_display_get_error(display_) == EPROTO;
+    if (refused) {
+        std::cerr << "kvillo: wayland: the compositor refused a request and closed the "
+                     "connection; its windows are no longer followed\n";
+    }
     // Queued: this can be found inside a listener or a query, whose caller
     // should not be re-entered.
-    QMetaObject::invokeMethod(this, &WaylandConnection::lost, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, refused] { emit lost(!refused); }, Qt::QueuedConnection);
 }
 
 }  // namespace kvillo

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 struct wl_display;
@@ -22,13 +21,13 @@ namespace kvillo {
 // protocol objects' listeners run on the main thread like everything else.
 //
 // The registry is read once at connection; globals that come later (a new
-// output) are not followed, except that every output is bound as it comes
-// so display power can follow it.
+// output) are not followed.
 //
 // libwayland's own complaints go to stderr marked as Kvillo's.
 //
-// Failure: a lost compositor is reported once through lost(); the
-// connection then reads nothing more. Nothing here aborts the process.
+// Failure: a lost compositor, or one that closes the connection over a
+// request it refused, is reported once through lost(); the connection then
+// reads nothing more. Nothing here aborts the process.
 // Main thread only.
 class WaylandConnection : public QObject {
     Q_OBJECT
@@ -46,9 +45,7 @@ public:
     bool isConnected() const { return display_ != nullptr && !lost_; }
     // Why connecting failed; empty when it did not.
     const std::string& connectError() const { return connectError_; }
-    wl_display* display() const { return display_; }
     const std::vector<Global>& globals() const { return globals_; }
-    bool offers(std::string_view interface) const;
 
     // Binds the first global of `interface` at its version, but no higher
     // than `maxVersion`; null when the compositor offers none. The caller
@@ -69,8 +66,10 @@ public:
     bool roundtrip();
 
 signals:
-    // The compositor went away. Emitted once, from the event loop.
-    void lost();
+    // The connection ended: the compositor went away (`compositorGone`), or
+    // it closed the connection over a request it refused. Emitted once,
+    // from the event loop.
+    void lost(bool compositorGone);
 
 private:
     static void onGlobal(void* data, wl_registry* registry, std::uint32_t name,

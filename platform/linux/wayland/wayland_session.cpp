@@ -33,11 +33,11 @@ WaylandSession::WaylandSession(const Clock& clock)
     if (!connection_->isConnected()) {
         return;
     }
-    connect(connection_.get(), &WaylandConnection::lost, this, [this] {
+    connect(connection_.get(), &WaylandConnection::lost, this, [this](bool compositorGone) {
         settled_.reset();
         focus_.reset();
         cachedApplication_.reset();
-        emit connectionLost();
+        emit connectionLost(compositorGone);
     });
 
     SessionOffer offer;
@@ -50,25 +50,23 @@ WaylandSession::WaylandSession(const Clock& clock)
 
     // Every start on GNOME: it also remembers an extension the user had
     // switched on before Kvillo first looked.
-    std::optional<GnomeExtensionStatus> extension;
     if (offer.gnomeShell) {
-        extension = setUpGnomeExtension(QDBusConnection::sessionBus());
-        completeAfterLogin_ = completesAfterLogin(*extension);
+        completeAfterLogin_ =
+            completesAfterLogin(setUpGnomeExtension(QDBusConnection::sessionBus()));
     }
     for (FocusKind kind : plan.focus) {
         auto source = makeFocus(kind);
-        // An extension that runs but was not reachable just now (the
-        // screen is locked, or the Shell is enabling it) reports as soon as
-        // it can.
-        bool comesSoon =
-            kind == FocusKind::gnomeExtension && (extension == GnomeExtensionStatus::running ||
-                                                  extension == GnomeExtensionStatus::enabledNow);
-        if (source && (source->isReady() || comesSoon)) {
+        // Under Mutter nothing but the extension can tell, and one that did
+        // not answer just now (the screen is locked, the Shell is busy at
+        // login or is enabling it) reports as soon as it runs.
+        if (source && (source->isReady() || kind == FocusKind::gnomeExtension)) {
+            focusHeard_ = source->isReady();
             focus_ = std::move(source);
             break;
         }
     }
     if (focus_) {
+        connect(focus_.get(), &FocusSource::changed, this, [this] { focusHeard_ = true; });
         settled_ = std::make_unique<SettledFocus>(*focus_);
         connect(settled_.get(), &SettledFocus::windowChanged, this,
                 &WaylandSession::activeWindowChanged);
@@ -85,7 +83,7 @@ WaylandSession::WaylandSession(const Clock& clock)
 
     if (plan.power == PowerKind::mutterPowerSave) {
         power_ = std::make_unique<MutterPowerSave>(QDBusConnection::sessionBus());
-    } else if (plan.power == PowerKind::wlrOutputPower || plan.power == PowerKind::kdeDpms) {
+    } else if (plan.power == PowerKind::kdeDpms) {
         if (auto power = std::make_unique<OutputPower>(*connection_); power->isAvailable()) {
             power_ = std::move(power);
         }

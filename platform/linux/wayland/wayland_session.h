@@ -28,7 +28,7 @@ class WaylandConnection;
 // (canTellFront(), canTellIdleTime()): X11 programs may still be seen
 // through XWayland, and idle time then reads 0.
 //
-// Failure: a lost compositor is reported once by connectionLost(); the
+// Failure: a lost connection is reported once by connectionLost(); the
 // queries then answer "nothing". Main thread only; the clock must outlive it.
 class WaylandSession : public QObject {
     Q_OBJECT
@@ -41,7 +41,9 @@ public:
     bool isConnected() const;
     // Why connecting to the compositor failed; empty when it did not.
     const std::string& connectError() const;
-    bool canTellFront() const { return focus_ != nullptr; }
+    // Whether a source tells the focused window: it answered at start, or
+    // has reported since.
+    bool canTellFront() const { return focus_ != nullptr && focusHeard_; }
     bool canTellIdleTime() const { return idle_ != nullptr; }
     // What cannot be seen now comes with the user's next login (GNOME loads
     // the extension that was just enabled only then).
@@ -59,8 +61,10 @@ signals:
     void activeWindowChanged();
     // The displays went to sleep or woke; `asleep` is isDisplayAsleep().
     void displaySleepChanged(bool asleep);
-    // The compositor is gone. Emitted once.
-    void connectionLost();
+    // The connection to the compositor ended: it is gone
+    // (`compositorGone`), or it refused a request of ours. Emitted once;
+    // nothing is followed afterwards.
+    void connectionLost(bool compositorGone);
 
 private:
     std::unique_ptr<FocusSource> makeFocus(FocusKind kind);
@@ -71,6 +75,7 @@ private:
     std::unique_ptr<SettledFocus> settled_;
     std::unique_ptr<IdleSource> idle_;
     std::unique_ptr<DisplayPowerSource> power_;
+    bool focusHeard_ = false;
     bool completeAfterLogin_ = false;
     DesktopFileIndex applications_;
     std::optional<FocusedWindow> cachedWindow_;

@@ -17,9 +17,7 @@ TEST(SourceChoice, PicksByWhatTheSessionOffersNotByName) {
     const std::vector<std::string> kwin{"wl_seat", "ext_idle_notifier_v1", "org_kde_kwin_idle",
                                         "org_kde_kwin_dpms_manager"};
     const Row rows[] = {
-        {"sway 1.7",
-         {false, false, sway},
-         {{F::wlrToplevels}, IdleKind::kdeIdle, PowerKind::wlrOutputPower}},
+        {"sway 1.7", {false, false, sway}, {{F::wlrToplevels}, IdleKind::kdeIdle, PowerKind::none}},
         {"KDE Plasma",
          {false, true, kwin},
          {{F::kwinScript}, IdleKind::extIdleNotify, PowerKind::kdeDpms}},
@@ -29,7 +27,7 @@ TEST(SourceChoice, PicksByWhatTheSessionOffersNotByName) {
          {{F::gnomeExtension}, IdleKind::mutterIdleMonitor, PowerKind::mutterPowerSave}},
         {"a wlroots desktop with a KWin on the bus",
          {false, true, sway},
-         {{F::kwinScript, F::wlrToplevels}, IdleKind::kdeIdle, PowerKind::wlrOutputPower}},
+         {{F::kwinScript, F::wlrToplevels}, IdleKind::kdeIdle, PowerKind::none}},
         {"weston",
          {false, false, {"wl_seat", "weston_desktop_shell"}},
          {{}, IdleKind::none, PowerKind::none}},

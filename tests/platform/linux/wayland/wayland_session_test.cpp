@@ -39,7 +39,8 @@ TEST(WaylandOnSway, FollowsWindowsTitlesIdleTheLockerAndTheCompositorsEnd) {
     int switches = 0;
     bool lost = false;
     QObject::connect(&session, &WaylandSession::activeWindowChanged, [&] { ++switches; });
-    QObject::connect(&session, &WaylandSession::connectionLost, [&] { lost = true; });
+    QObject::connect(&session, &WaylandSession::connectionLost,
+                     [&](bool compositorGone) { lost = compositorGone; });
     auto front = [&] {
         auto application = session.frontApplication();
         return application ? application->name.value_or("?") : "";
