@@ -29,17 +29,7 @@ constexpr const char* kSessionPath = "/org/freedesktop/login1/session/c1";
 // is a program started, which a Shell starting up on two cores feels.
 template <typename Condition>
 bool poll(Condition condition, std::chrono::milliseconds timeout) {
-    auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        struct timespec pause {
-            0, 50'000'000
-        };
-        ::nanosleep(&pause, nullptr);
-    }
-    return true;
+    return eventually(condition, timeout, std::chrono::milliseconds(50));
 }
 
 // The bus address a dbus-daemon printed, once it did.
