@@ -4,8 +4,10 @@
 #include <cstring>
 #include <filesystem>
 #include <regex>
+#include <thread>
 
 #include <unistd.h>
+#include <wayland-server.h>
 
 #include "core/store/database.h"
 #include "tests/support/port_blocker.h"
@@ -175,20 +177,60 @@ TEST(Program, ATakenPortLeavesTheServerOffButTheProgramRunning) {
     EXPECT_EQ(kvillo.wait(10s), 0);
 }
 
-TEST(Program, AnUnreachableCompositorIsSaidAndNothingIsRecorded) {
+// A Wayland server in a thread of the test that offers clients nothing at
+// all, as some compositors (weston) do.
+class BareCompositor {
+public:
+    explicit BareCompositor(const std::string& folder) : display_(wl_display_create()) {
+        testing::ScopedEnv runtime("XDG_RUNTIME_DIR", folder);
+        listening_ = wl_display_add_socket(display_, "wayland-bare") == 0;
+        thread_ = std::thread([this] { wl_display_run(display_); });
+    }
+    ~BareCompositor() {
+        wl_display_terminate(display_);
+        thread_.join();
+        wl_display_destroy(display_);
+    }
+    bool listening() const { return listening_; }
+
+private:
+    wl_display* display_;
+    bool listening_ = false;
+    std::thread thread_;
+};
+
+TEST(Program, AWaylandDesktopThatShowsNothingIsSaidAndNothingIsRecorded) {
     TempFolder home;
-    auto environment = testing::homeEnvironment(home);
-    environment["WAYLAND_DISPLAY"] = "wayland-kvillo-test";
-    environment["XDG_RUNTIME_DIR"] = home.path();
-    ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", "0"}, environment);
-    ASSERT_TRUE(serverListens(kvillo)) << kvillo.standardError();
-    kvillo.signal(SIGTERM);
-    EXPECT_EQ(kvillo.wait(10s), 0);
-    EXPECT_EQ(withPortAsN(kvillo.standardError()),
-              "kvillo: cannot connect to the Wayland compositor wayland-kvillo-test: No such file "
-              "or directory\n"
-              "kvillo: no display to watch, so nothing is recorded\n" +
-                  std::string(kServerLine));
+    BareCompositor bare(home.path());
+    ASSERT_TRUE(bare.listening());
+    struct Row {
+        const char* name;
+        std::string display;
+        std::string said;
+    };
+    const Row rows[] = {
+        {"no compositor", "wayland-kvillo-test",
+         "kvillo: cannot connect to the Wayland compositor wayland-kvillo-test: No such file or "
+         "directory\n"
+         "kvillo: no display to watch, so nothing is recorded\n"},
+        {"a compositor that offers nothing", home.file("wayland-bare"),
+         "kvillo: this Wayland desktop does not tell which window is in front, so nothing is "
+         "recorded\n"
+         "kvillo: this desktop does not tell how long you have been away from keyboard and "
+         "mouse, so idle detection is unavailable\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        auto environment = testing::homeEnvironment(home);
+        environment["WAYLAND_DISPLAY"] = row.display;
+        environment["XDG_RUNTIME_DIR"] = home.path();
+        environment["DBUS_SESSION_BUS_ADDRESS"] = "";
+        ChildProcess kvillo({KVILLO_BINARY, "--headless", "--port", "0"}, environment);
+        ASSERT_TRUE(serverListens(kvillo)) << kvillo.standardError();
+        kvillo.signal(SIGTERM);
+        EXPECT_EQ(kvillo.wait(10s), 0);
+        EXPECT_EQ(withPortAsN(kvillo.standardError()), row.said + kServerLine);
+    }
 }
 
 // As root file modes stop nothing, so the program then runs as another user.
