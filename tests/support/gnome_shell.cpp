@@ -1,6 +1,5 @@
 #include "tests/support/gnome_shell.h"
 
-#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -52,16 +51,6 @@ std::string userName() {
 }
 
 }  // namespace
-
-struct GnomeShell::Window {
-    std::unique_ptr<ChildProcess> process;
-    int fifo = -1;
-    ~Window() {
-        if (fifo >= 0) {
-            ::close(fifo);
-        }
-    }
-};
 
 GnomeShell::GnomeShell(const std::vector<std::string>& applications) {
     runtimeFolder_ = root_.file("run");
@@ -352,35 +341,22 @@ std::string GnomeShell::closeOverview() const {
 }
 
 int GnomeShell::openWindow(const std::string& appID, const std::string& title) {
-    auto window = std::make_unique<Window>();
-    std::string fifo = root_.file("window-" + std::to_string(windows_.size()));
-    ::mkfifo(fifo.c_str(), 0600);
-    // Read and write, so opening never blocks and lines wait in the pipe
-    // until the window reads them.
-    window->fifo = ::open(fifo.c_str(), O_RDWR | O_CLOEXEC);
-    window->process = std::make_unique<ChildProcess>(
-        std::vector<std::string>{kPython, KVILLO_TEST_SUPPORT_DIR "/test_window.py", appID, title,
-                                 fifo},
-        clientEnvironment());
-    windows_.push_back(std::move(window));
+    windows_.push_back(
+        std::make_unique<TestWindow>(root_.path(), appID, title, clientEnvironment()));
     return static_cast<int>(windows_.size()) - 1;
 }
 
 bool GnomeShell::retitleWindow(int window, const std::string& title) {
-    std::string line = title + "\n";
     return window >= 0 && window < static_cast<int>(windows_.size()) &&
-           ::write(windows_[window]->fifo, line.data(), line.size()) ==
-               static_cast<ssize_t>(line.size());
+           windows_[window]->retitle(title);
 }
 
 pid_t GnomeShell::windowProcess(int window) const {
-    return window >= 0 && window < static_cast<int>(windows_.size())
-               ? windows_[window]->process->pid()
-               : -1;
+    return window >= 0 && window < static_cast<int>(windows_.size()) ? windows_[window]->pid() : -1;
 }
 
 bool GnomeShell::closeWindow(int window) {
-    return retitleWindow(window, "quit") && windows_[window]->process->wait(kStepTimeout) == 0;
+    return window >= 0 && window < static_cast<int>(windows_.size()) && windows_[window]->close();
 }
 
 bool GnomeShell::resetIdleTime() const {

@@ -10,6 +10,7 @@
 
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/test_window.h"
 
 namespace kvillo::testing {
 
@@ -65,8 +66,6 @@ public:
     bool unlock() const;
 
 private:
-    struct Window;
-
     std::string startBuses();
     std::string startMocks();
     std::string installExtension(const std::vector<std::string>& applications) const;
@@ -90,7 +89,7 @@ private:
     std::unique_ptr<ChildProcess> systemDaemon_;
     std::vector<std::unique_ptr<ChildProcess>> mocks_;
     std::unique_ptr<ChildProcess> shell_;
-    std::vector<std::unique_ptr<Window>> windows_;
+    std::vector<std::unique_ptr<TestWindow>> windows_;
     // Children of the Shell first seen as unexecuted copies of it, and when.
     mutable std::map<pid_t, std::chrono::steady_clock::time_point> forks_;
     std::chrono::milliseconds startTime_{0};

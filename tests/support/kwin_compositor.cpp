@@ -5,7 +5,6 @@
 #include <QDBusReply>
 #include <QVariantList>
 
-#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -213,53 +212,28 @@ std::string KWinCompositor::openWindow(const std::string& appID, const std::stri
     if (windows_.count(appID) != 0) {
         return "a window of " + appID + " is open already";
     }
-    Window& window = windows_[appID];
-    window.commands = folder_.file(appID + ".fifo");
-    if (::mkfifo(window.commands.c_str(), 0600) != 0) {
-        return "could not make " + window.commands;
-    }
     std::map<std::string, std::string> environment = this->environment();
     environment["GDK_BACKEND"] = "wayland";
     environment["NO_AT_BRIDGE"] = "1";  // no accessibility bus here
-    window.process = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"/usr/bin/python3", KVILLO_TEST_SUPPORT_DIR "/test_window.py",
-                                 appID, title, window.commands},
-        environment);
+    auto& window = windows_[appID] =
+        std::make_unique<TestWindow>(folder_.path(), appID, title, environment);
     bool managed = runUntilDone("kvillo-test-open-" + appID,
                                 "const APP = " + jsString(appID) + ";\n" + kFindWindow +
                                     "function check() { if (find()) { done(); } }\n"
                                     "workspace.clientAdded.connect(check);\n"
                                     "check();\n");
     return managed ? std::string()
-                   : "KWin did not show the window of " + appID + ": " +
-                         window.process->standardError();
+                   : "KWin did not show the window of " + appID + ": " + window->standardError();
 }
 
 bool KWinCompositor::retitle(const std::string& appID, const std::string& title) {
     auto window = windows_.find(appID);
-    if (window == windows_.end()) {
-        return false;
-    }
-    // The window reads its FIFO once it shows; until then nobody reads it.
-    int fd = -1;
-    eventually(
-        [&] {
-            fd = ::open(window->second.commands.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-            return fd >= 0;
-        },
-        kTimeout, kStep);
-    if (fd < 0) {
-        return false;
-    }
-    std::string line = title + "\n";
-    bool written = ::write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-    ::close(fd);
-    return written;
+    return window != windows_.end() && window->second->retitle(title);
 }
 
 pid_t KWinCompositor::windowProcess(const std::string& appID) const {
     auto window = windows_.find(appID);
-    return window == windows_.end() ? 0 : window->second.process->pid();
+    return window == windows_.end() ? 0 : window->second->pid();
 }
 
 bool KWinCompositor::activate(const std::string& appID) {

@@ -10,6 +10,7 @@
 #include "tests/support/process.h"
 #include "tests/support/session_bus.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/test_window.h"
 
 namespace kvillo::testing {
 
@@ -79,11 +80,6 @@ private:
     // unloads it after the time limit.
     bool runUntilDone(const std::string& name, const std::string& script);
 
-    struct Window {
-        std::unique_ptr<ChildProcess> process;
-        std::string commands;  // a FIFO: each line becomes the title
-    };
-
     SessionBus sessionBus_;
     SessionBus systemBus_;
     TempFolder folder_;
@@ -92,7 +88,7 @@ private:
     // This fixture's own connection to the session bus, by QtDBus name.
     std::string connection_;
     std::unique_ptr<ChildProcess> kwin_;
-    std::map<std::string, Window> windows_;
+    std::map<std::string, std::unique_ptr<TestWindow>> windows_;
     int scripts_ = 0;
     std::string error_;
     bool waylandDisplaySet_ = false;

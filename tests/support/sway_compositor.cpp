@@ -2,7 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -13,7 +12,6 @@ namespace {
 
 using namespace std::chrono_literals;
 constexpr auto kStartTimeout = 20s;
-constexpr const char* kTestWindow = KVILLO_TEST_SUPPORT_DIR "/test_window.py";
 
 // The focused node's app id, or its X11 class for an XWayland window.
 std::string focusedIn(const nlohmann::json& node) {
@@ -107,28 +105,12 @@ ProcessResult SwayCompositor::swaymsg(const std::vector<std::string>& arguments)
     return runProcess(command);
 }
 
-SwayCompositor::Window::Window(const SwayCompositor& sway, const std::string& appID,
-                               const std::string& title, bool x11)
-    : fifo_(sway.runtime_.file("window-" + appID)) {
-    auto environment = sway.clientEnvironment();
+std::unique_ptr<TestWindow> SwayCompositor::open(const std::string& appID, const std::string& title,
+                                                 bool x11) const {
+    auto environment = clientEnvironment();
     environment["GDK_BACKEND"] = x11 ? "x11" : "wayland";
-    environment["XDG_RUNTIME_DIR"] = sway.runtime_.path();  // GTK wants one
-    ::mkfifo(fifo_.c_str(), 0600);
-    process_ = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"/usr/bin/python3", kTestWindow, appID, title, fifo_},
-        environment);
-}
-
-void SwayCompositor::Window::retitle(const std::string& title) const {
-    // Opened for writing only once the window reads it: a write-only open
-    // waits for a reader, which the window has from its start.
-    writeFile(fifo_, title + "\n");
-}
-
-std::unique_ptr<SwayCompositor::Window> SwayCompositor::open(const std::string& appID,
-                                                             const std::string& title,
-                                                             bool x11) const {
-    auto window = std::make_unique<Window>(*this, appID, title, x11);
+    environment["XDG_RUNTIME_DIR"] = runtime_.path();  // GTK wants one
+    auto window = std::make_unique<TestWindow>(runtime_.path(), appID, title, environment);
     // An XWayland window shows its class, which GTK derives from the
     // program's file name; any change of focus to a new window will do.
     const std::string before = focusedAppID();

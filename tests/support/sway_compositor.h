@@ -7,6 +7,7 @@
 
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
+#include "tests/support/test_window.h"
 
 namespace kvillo::testing {
 
@@ -27,22 +28,11 @@ public:
     // DISPLAY included.
     std::map<std::string, std::string> clientEnvironment() const;
 
-    // A GTK window of `appID` titled `title`, native or through XWayland;
-    // a new window takes the focus.
-    class Window {
-    public:
-        Window(const SwayCompositor& sway, const std::string& appID, const std::string& title,
-               bool x11);
-        void retitle(const std::string& title) const;
-
-    private:
-        std::string fifo_;
-        std::unique_ptr<ChildProcess> process_;
-    };
-    // Opens the window and waits until sway has given it the focus; null
-    // when it did not come.
-    std::unique_ptr<Window> open(const std::string& appID, const std::string& title,
-                                 bool x11 = false) const;
+    // Opens a test window of `appID` titled `title`, native or through
+    // XWayland, and waits until sway has given it the focus (a new window
+    // takes it); null when it did not come.
+    std::unique_ptr<TestWindow> open(const std::string& appID, const std::string& title,
+                                     bool x11 = false) const;
 
     // Gives the window of `appID` (for an XWayland window: its X11 class)
     // the focus and waits until it has it.

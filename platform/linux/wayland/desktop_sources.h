@@ -20,6 +20,16 @@ struct FocusedWindow {
     bool operator==(const FocusedWindow&) const = default;
 };
 
+// The same window as far as the log goes (its title may differ); two nones
+// are the same too.
+inline bool sameWindow(const std::optional<FocusedWindow>& a,
+                       const std::optional<FocusedWindow>& b) {
+    if (!a || !b) {
+        return !a && !b;
+    }
+    return a->appID == b->appID && a->wmClass == b->wmClass && a->processID == b->processID;
+}
+
 // Where the focused window comes from on one kind of desktop. Reports what
 // the desktop says as it says it: desktops pass through "no window" between
 // two windows, and the caller settles that. Main thread only.

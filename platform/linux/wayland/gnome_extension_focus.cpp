@@ -16,11 +16,6 @@ const QString kInterface = QStringLiteral("io.kvillo.FocusBridge");
 // once anyway, as the Shell answers "no such object").
 constexpr int kAnswerTimeoutMs = 2000;
 
-bool endsWith(const std::string& text, const std::string& end) {
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 }  // namespace
 
 std::optional<FocusedWindow> focusedWindowFromShell(const std::string& appID,
@@ -32,8 +27,8 @@ std::optional<FocusedWindow> focusedWindowFromShell(const std::string& appID,
     if (id.rfind("window:", 0) == 0) {
         id.clear();
     }
-    if (endsWith(id, ".desktop")) {
-        id.resize(id.size() - std::string(".desktop").size());
+    if (constexpr std::string_view suffix = ".desktop"; id.ends_with(suffix)) {
+        id.resize(id.size() - suffix.size());
     }
     if (id.empty() && wmClass.empty()) {
         return std::nullopt;

@@ -1,17 +1,6 @@
 #include "platform/linux/wayland/settled_focus.h"
 
 namespace kvillo {
-namespace {
-
-// The same window as far as the log goes; its title may differ.
-bool sameWindow(const std::optional<FocusedWindow>& a, const std::optional<FocusedWindow>& b) {
-    if (!a || !b) {
-        return !a && !b;
-    }
-    return a->appID == b->appID && a->wmClass == b->wmClass && a->processID == b->processID;
-}
-
-}  // namespace
 
 SettledFocus::SettledFocus(FocusSource& source, std::chrono::milliseconds settleTime)
     : source_(source), window_(source.focused()) {

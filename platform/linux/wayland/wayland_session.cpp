@@ -127,8 +127,7 @@ std::optional<FrontApplication> WaylandSession::frontApplication() {
         return std::nullopt;
     }
     const FocusedWindow& window = *settled_->window();
-    if (!cachedApplication_ || !cachedWindow_ || cachedWindow_->appID != window.appID ||
-        cachedWindow_->wmClass != window.wmClass || cachedWindow_->processID != window.processID) {
+    if (!cachedApplication_ || !sameWindow(cachedWindow_, window)) {
         cachedWindow_ = window;
         cachedApplication_ = applicationOf(window, applications_);
     }

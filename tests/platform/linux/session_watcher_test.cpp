@@ -31,7 +31,13 @@ std::string startLogind(testing::SessionBus& bus) {
     if (!bus.error().empty()) {
         return bus.error();
     }
-    return bus.startMock(kLogind, {"--system", "--template", "logind"});
+    if (auto failed = bus.startMock(kLogind, {"--system", "--template", "logind"});
+        !failed.empty()) {
+        return failed;
+    }
+    auto added = bus.call(kLogind, kLogindPath, "org.freedesktop.DBus.Mock.AddSession",
+                          "'c1', 'seat0', 0, 'kari', True");
+    return added.status == 0 ? "" : added.error;
 }
 
 // What logind lists, each inhibitor as "what mode who".
@@ -62,10 +68,6 @@ std::vector<std::string> inhibitors() {
 TEST(Logind, SleepAndTheLockedHintEndTheOpenRow) {
     testing::SessionBus bus;
     ASSERT_EQ(startLogind(bus), "");
-    ASSERT_EQ(bus.call(kLogind, kLogindPath, "org.freedesktop.DBus.Mock.AddSession",
-                       "'c1', 'seat0', 0, 'kari', True")
-                  .status,
-              0);
     ASSERT_EQ(bus.startMock(kScreenSaver, {"--template", "gnome_screensaver"}), "");
     testing::ScopedEnv session("XDG_SESSION_ID", "c1");
     testing::ensureCoreApplication();
@@ -115,10 +117,6 @@ TEST(Logind, SleepAndTheLockedHintEndTheOpenRow) {
 TEST(Logind, WithoutASessionOfItsOwnItFollowsTheUsersDisplaySession) {
     testing::SessionBus bus;
     ASSERT_EQ(startLogind(bus), "");
-    ASSERT_EQ(bus.call(kLogind, kLogindPath, "org.freedesktop.DBus.Mock.AddSession",
-                       "'c1', 'seat0', 0, 'kari', True")
-                  .status,
-              0);
     ASSERT_EQ(
         bus.call(kLogind, "/org/freedesktop/login1/user/0", "org.freedesktop.DBus.Properties.Set",
                  "'org.freedesktop.login1.User', 'Display', "
