@@ -1,6 +1,7 @@
 import QtQuick
 
-// One muted line under the header, with an optional link at its end.
+// A muted note under the header, with an optional link at its end; a long
+// one wraps, as it is often the only place the user learns what is wrong.
 Item {
     id: root
     property string text
@@ -16,7 +17,7 @@ Item {
         anchors.right: link.visible ? link.left : parent.right
         anchors.rightMargin: link.visible ? 8 : 0
         text: root.text
-        elide: Text.ElideRight
+        wrapMode: Text.Wrap
         font.family: root.theme.fontFamily
         font.pixelSize: 12
         color: root.theme.colors.inkMuted

@@ -248,6 +248,13 @@ TEST_F(MenuPopupTest, Screenshots) {
             EXPECT_TRUE(window().grabWindow().save(file)) << file.toStdString();
         }
     }
+    // The longest notice text, in the language that makes it longest.
+    desktop_.seen.frontApplication = false;
+    desktop_.seen.completeAfterLogin = true;
+    model().refresh();
+    object_->setLanguage("fr");
+    QTest::qWait(100);
+    EXPECT_TRUE(window().grabWindow().save(KVILLO_DOCS_DIR "/menu-dark-fr-notice.png"));
 }
 
 }  // namespace
