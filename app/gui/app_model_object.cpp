@@ -197,6 +197,9 @@ void AppModelObject::setLanguage(const QString& code) {
     model_.features().setLanguage(Language::fromCode(code.toStdString()));
     if (language() != before) {
         emit languageChanged();
+        // The model's own texts (the notice) follow at once, not at the
+        // next refresh.
+        model_.refresh();
     }
 }
 

@@ -59,6 +59,14 @@ TEST_F(ModelObject, OperationsReachTheModelAndChangesAreSignalled) {
     invoke("togglePause");
     EXPECT_TRUE(object_.property("isPaused").toBool());
     EXPECT_FALSE(object_.property("taskRunning").toBool());
+
+    // A notice follows a change of language at once.
+    desktop_.seen.frontApplication = false;
+    model().refresh();
+    const QString before = object_.property("notice").toString();
+    object_.setLanguage(object_.language() == "fr" ? "en" : "fr");
+    EXPECT_NE(object_.property("notice").toString(), before);
+    EXPECT_FALSE(object_.property("notice").toString().isEmpty());
 }
 
 }  // namespace
